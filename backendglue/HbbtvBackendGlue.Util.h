@@ -1,0 +1,71 @@
+// Thin wrappers over POSIX threads, the monotonic clock and console logging, shared by the whole
+// backend runtime. A POSIX call that fails where it must not is a programming error: the wrapper
+// prints one assertion line and aborts instead of returning an error.
+#ifndef HBBTV_BACKENDGLUE_UTIL_H
+#define HBBTV_BACKENDGLUE_UTIL_H
+
+#include <pthread.h>
+
+namespace ZR_HBBTV_Core {
+
+// Prints "ASSERT FAIL: <file> <function> <line>" to standard output, flushes it so that the line
+// survives a redirected stdout, and aborts.
+[[noreturn]] void HbbtvBackendGlue_AssertFail(const char* file, const char* function, int line);
+
+// vfprintf to standard output: no prefix, no time stamp, no newline of its own, no flush.
+int HbbtvBackendGlue_Log(const char* format, ...) __attribute__((format(printf, 1, 2)));
+
+// Seconds on CLOCK_MONOTONIC.
+double currentTime();
+
+class Mutex {
+public:
+    Mutex();
+    ~Mutex();
+    Mutex(const Mutex&) = delete;
+    Mutex& operator=(const Mutex&) = delete;
+
+    void lock();
+    bool tryLock();
+    void unlock();
+
+private:
+    friend class ThreadCondition;
+    pthread_mutex_t m_mutex;
+};
+
+template <typename M>
+class Locker {
+public:
+    explicit Locker(M& mutex) : m_mutex(&mutex) { m_mutex->lock(); }
+    ~Locker() { m_mutex->unlock(); }
+    Locker(const Locker&) = delete;
+    Locker& operator=(const Locker&) = delete;
+
+private:
+    M* m_mutex;
+};
+
+// A condition variable on CLOCK_MONOTONIC, so that deadlines from currentTime() hold across
+// changes of the wall clock.
+class ThreadCondition {
+public:
+    ThreadCondition();
+    ~ThreadCondition();
+    ThreadCondition(const ThreadCondition&) = delete;
+    ThreadCondition& operator=(const ThreadCondition&) = delete;
+
+    void wait(Mutex& mutex);
+    // Waits until signalled or until the absolute deadline (seconds, currentTime's clock).
+    // Returns true only when woken before the deadline; never asserts.
+    bool timedWait(Mutex& mutex, double deadline);
+    void signal();
+    void broadcast();
+
+private:
+    pthread_cond_t m_cond;
+};
+
+} // namespace ZR_HBBTV_Core
+
+#endif

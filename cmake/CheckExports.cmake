@@ -1,0 +1,22 @@
+# Fails unless the library's dynamic symbol table defines exactly the allowed symbols (or fewer).
+# Called as: cmake -DNM=<nm> -DLIBRARY=<lib.so> -DALLOWED="a;b" -P CheckExports.cmake
+execute_process(COMMAND ${NM} -D --defined-only ${LIBRARY}
+                OUTPUT_VARIABLE listing RESULT_VARIABLE result)
+if(NOT result EQUAL 0)
+  message(FATAL_ERROR "could not read the symbols of ${LIBRARY}")
+endif()
+string(REPLACE "\n" ";" lines "${listing}")
+set(unexpected "")
+foreach(line IN LISTS lines)
+  if(line MATCHES "^[0-9a-fA-F]* +[A-Za-z] +([^ @]+)")
+    set(symbol "${CMAKE_MATCH_1}")
+    list(FIND ALLOWED "${symbol}" found)
+    if(found EQUAL -1)
+      list(APPEND unexpected "${symbol}")
+    endif()
+  endif()
+endforeach()
+if(unexpected)
+  message(FATAL_ERROR "exported but not part of the host interface: ${unexpected}")
+endif()
+message(STATUS "exports of ${LIBRARY} are limited to: ${ALLOWED}")

@@ -1,0 +1,221 @@
+#include <cstring>
+#include <random>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "HbbtvBackendGlue.MemoryPool.h"
+#include "support/AssertDeath.h"
+
+using namespace ZR_HBBTV_Core;
+
+namespace {
+
+const char kPoolFile[] = "./backendglue/HbbtvBackendGlue.MemoryPool.cpp";
+const char kArenaAllocate[] =
+    "ZR_HBBTV_Core::shm_allocator::node_tag* ZR_HBBTV_Core::shm_allocator::arena::allocate(size_t)";
+const char kArenaFree[] =
+    "void ZR_HBBTV_Core::shm_allocator::arena::free(ZR_HBBTV_Core::shm_allocator::node_tag*)";
+const char kAllocatorFree[] = "void ZR_HBBTV_Core::shm_allocator::free(void*)";
+const char kBumpAllocate[] = "void* ZR_HBBTV_Core::shm_allocator::_allocate(size_t)";
+
+uint16_t wordAt(const void* p, long offset)
+{
+    uint16_t word;
+    memcpy(&word, static_cast<const unsigned char*>(p) + offset, sizeof(word));
+    return word;
+}
+
+unsigned char* allocateBytes(unsigned int n)
+{
+    return static_cast<unsigned char*>(hbbtvBackendMalloc(n));
+}
+
+} // namespace
+
+TEST(ShmAllocator, NodeSizesAndMarks)
+{
+    // Requests round up to node sizes: the caller's bytes, 8 of header, 2 of end mark.
+    EXPECT_EQ(16u, shm_allocator::nodeSizeFor(0));
+    EXPECT_EQ(16u, shm_allocator::nodeSizeFor(6));
+    EXPECT_EQ(24u, shm_allocator::nodeSizeFor(7));
+    EXPECT_EQ(24u, shm_allocator::nodeSizeFor(14));
+    EXPECT_EQ(32u, shm_allocator::nodeSizeFor(15));
+    EXPECT_EQ(544u, shm_allocator::nodeSizeFor(532));
+    EXPECT_EQ(65528u, shm_allocator::nodeSizeFor(shm_allocator::kMaxRequest));
+
+    for (unsigned int n : {0u, 1u}) {
+        unsigned char* p = allocateBytes(n);
+        ASSERT_NE(nullptr, p);
+        EXPECT_EQ(0u, reinterpret_cast<uintptr_t>(p) % 8);
+        EXPECT_EQ(0x5A5A, wordAt(p, -8));
+        EXPECT_EQ(8, wordAt(p, -6));
+        EXPECT_EQ(0x5A5A, wordAt(p, 6)); // the last two bytes of the 16-byte node
+        hbbtvBackendMfree(p);
+    }
+}
+
+TEST(ShmAllocator, ReusesFreedNodesOfTheSameSizeFirstInFirstOut)
+{
+    unsigned char* six = allocateBytes(6);
+    hbbtvBackendMfree(six);
+    EXPECT_EQ(six, allocateBytes(5)); // same 16-byte node
+    unsigned char* seven = allocateBytes(7);
+    EXPECT_NE(six, seven); // a fresh 24-byte node
+    hbbtvBackendMfree(six);
+    hbbtvBackendMfree(seven);
+
+    // With nodes of several sizes freed in an interleaved order, each size hands its own nodes
+    // back in the order they were freed, whatever happened to the other sizes in between.
+    std::vector<unsigned char*> small, large;
+    for (int i = 0; i < 4; ++i) {
+        small.push_back(allocateBytes(100));
+        large.push_back(allocateBytes(532));
+    }
+    const int order[] = {2, 0, 3, 1};
+    for (int i : order) {
+        hbbtvBackendMfree(large[i]);
+        hbbtvBackendMfree(small[i]);
+    }
+    for (int i : order) {
+        EXPECT_EQ(small[i], allocateBytes(97)); // 97 and 100 share a node size
+    }
+    unsigned char* freshSmall = allocateBytes(100);
+    for (int i : order) {
+        EXPECT_EQ(large[i], allocateBytes(532));
+    }
+    for (unsigned char* p : small) {
+        EXPECT_NE(p, freshSmall);
+    }
+}
+
+TEST(ShmAllocator, RefusesRequestsLargerThanANode)
+{
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(nullptr, hbbtvBackendMalloc(shm_allocator::kMaxRequest + 1));
+    EXPECT_EQ(nullptr, hbbtvBackendMalloc(UINT32_MAX));
+    EXPECT_NE(std::string::npos, testing::internal::GetCapturedStdout().find("refused a request of 65519 bytes"));
+
+    unsigned char* largest = allocateBytes(shm_allocator::kMaxRequest);
+    ASSERT_NE(nullptr, largest);
+    EXPECT_EQ(65520, wordAt(largest, -6));
+    memset(largest, 0xEE, shm_allocator::kMaxRequest);
+    hbbtvBackendMfree(largest);
+}
+
+TEST(ShmAllocator, DumpInfoCountsNodesPerSize)
+{
+    shm_allocator* allocator = getBackendMemAllocator();
+    unsigned char* a = allocateBytes(1);
+    allocateBytes(2);
+    allocateBytes(3);
+    hbbtvBackendMfree(a);
+
+    testing::internal::CaptureStdout();
+    allocator->dumpInfo();
+    const std::string dump = testing::internal::GetCapturedStdout();
+    EXPECT_EQ("capacity:409600, left:409552\n\tnode size:16\nfree list:1\nused list:2\n", dump);
+}
+
+TEST(ShmAllocator, ConcurrentUseKeepsEveryBlockIntact)
+{
+    // Two threads allocate, fill, check and free blocks of the record sizes in use. A block handed
+    // to both, or a node list damaged by a race, shows as a wrong pattern or a failed mark check.
+    const unsigned int sizes[] = {24, 28, 532, 536, 544, 560, 816, 1588, 11592};
+    auto worker = [&sizes](unsigned char pattern, unsigned int seed) {
+        std::mt19937 random(seed);
+        std::vector<std::pair<unsigned char*, unsigned int>> held;
+        int bad = 0;
+        for (int i = 0; i < 4000; ++i) {
+            if (held.size() < 6 && (held.empty() || random() % 2 == 0)) {
+                const unsigned int n = sizes[random() % 9];
+                unsigned char* p = allocateBytes(n);
+                memset(p, pattern, n);
+                held.emplace_back(p, n);
+            } else {
+                const size_t k = random() % held.size();
+                for (unsigned int j = 0; j < held[k].second; ++j) {
+                    bad += held[k].first[j] != pattern;
+                }
+                hbbtvBackendMfree(held[k].first);
+                held.erase(held.begin() + static_cast<long>(k));
+            }
+        }
+        for (auto& block : held) {
+            hbbtvBackendMfree(block.first);
+        }
+        return bad;
+    };
+    int badA = -1, badB = -1;
+    std::thread a([&] { badA = worker(0xA1, 1); });
+    std::thread b([&] { badB = worker(0xB2, 2); });
+    a.join();
+    b.join();
+    EXPECT_EQ(0, badA);
+    EXPECT_EQ(0, badB);
+}
+
+TEST(ShmAllocatorDeathTest, CorruptionAndMisuseAbort)
+{
+    // Overwriting the end mark, just past the usable bytes.
+    hbbtv_test::expectAssertFail(
+        [] {
+            unsigned char* p = allocateBytes(6);
+            p[6] = 0;
+            p[7] = 0;
+            hbbtvBackendMfree(p);
+        },
+        kPoolFile, kAllocatorFree, 173);
+    // Overwriting the head mark.
+    hbbtv_test::expectAssertFail(
+        [] {
+            unsigned char* p = allocateBytes(40);
+            p[-8] = 0;
+            hbbtvBackendMfree(p);
+        },
+        kPoolFile, kAllocatorFree, 173);
+    // Pointers that never came from the allocator: inside a block, and outside the region.
+    hbbtv_test::expectAssertFail([] { hbbtvBackendMfree(allocateBytes(64) + 16); }, kPoolFile, kAllocatorFree, 173);
+    hbbtv_test::expectAssertFail(
+        [] {
+            static unsigned char heapLike[64];
+            hbbtvBackendMfree(heapLike + 8);
+        },
+        kPoolFile, kAllocatorFree, 173);
+    // A well-formed node of a size that no arena holds.
+    hbbtv_test::expectAssertFail(
+        [] {
+            unsigned char* outer = allocateBytes(200);
+            shm_allocator::node_tag* fake = reinterpret_cast<shm_allocator::node_tag*>(outer + 16);
+            fake->init(48);
+            hbbtvBackendMfree(outer + 24);
+        },
+        kPoolFile, kAllocatorFree, 177);
+    // Freeing twice: the second free finds the node no longer in use.
+    hbbtv_test::expectAssertFail(
+        [] {
+            unsigned char* p = allocateBytes(20);
+            hbbtvBackendMfree(p);
+            hbbtvBackendMfree(p);
+        },
+        kPoolFile, kArenaFree, 93);
+    // A freed node whose marks were overwritten is caught when it is handed out again.
+    hbbtv_test::expectAssertFail(
+        [] {
+            unsigned char* p = allocateBytes(30);
+            hbbtvBackendMfree(p);
+            p[-7] = 0;
+            allocateBytes(30);
+        },
+        kPoolFile, kArenaAllocate, 71);
+    // Exhaustion of the region is fatal, not a null result.
+    hbbtv_test::expectAssertFail(
+        [] {
+            for (;;) {
+                allocateBytes(60000);
+            }
+        },
+        kPoolFile, kBumpAllocate, 186);
+}

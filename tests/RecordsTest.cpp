@@ -1,0 +1,209 @@
+#include <cstring>
+#include <new>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "HbbtvBackendGlue.MemoryPool.h"
+#include "HbbtvBackendRecords.h"
+#include "support/AssertDeath.h"
+
+using namespace ZR_HBBTV_Core;
+
+namespace {
+
+const char kDataTypeFile[] = "./backendglue/HbbtvBackendGlue.DataType.cpp";
+
+template <typename T>
+int32_t wordAt(const T* record, size_t offset)
+{
+    int32_t word;
+    memcpy(&word, reinterpret_cast<const unsigned char*>(record) + offset, sizeof(word));
+    return word;
+}
+
+bool insideBackendRegion(const void* p, size_t size)
+{
+    const unsigned char* base = backendMallocInit(nullptr);
+    const unsigned char* bytes = static_cast<const unsigned char*>(p);
+    return bytes >= base && bytes + size <= base + kBackendRegionSize;
+}
+
+} // namespace
+
+TEST(RecordString, AssignmentCutsAtTwoHundredFiftyFourAndKeepsTheFullLength)
+{
+    const std::string longText(300, 'x');
+    HbbtvRecordString s;
+    EXPECT_STREQ("", s.c_str());
+    EXPECT_EQ(0u, s.length());
+
+    s = longText.c_str();
+    EXPECT_EQ(std::string(254, 'x'), s.c_str());
+    EXPECT_EQ(300u, s.length());
+    EXPECT_EQ(std::string(254, 'x'), s.terminatedString());
+    // The stored length says 300, but a reader never goes past the 256 bytes of text.
+    EXPECT_EQ(256u, s.storedLengthString().size());
+
+    s = static_cast<const char*>(nullptr);
+    EXPECT_STREQ("", s.c_str());
+    EXPECT_EQ(0u, s.length());
+
+    HbbtvRecordString shortText("abc");
+    EXPECT_EQ("abc", shortText.storedLengthString());
+}
+
+TEST(RecordString, CopyTakesTextWithTerminatorAndNeverRunsPastTheRecord)
+{
+    struct Guarded {
+        HbbtvRecordString string;
+        uint32_t guard;
+    };
+    Guarded target;
+    target.guard = 0xC0FFEE;
+
+    HbbtvRecordString longSource(std::string(300, 'y').c_str());
+    target.string = longSource;
+    EXPECT_EQ(0xC0FFEEu, target.guard);
+    EXPECT_EQ(std::string(254, 'y'), target.string.c_str());
+    EXPECT_EQ(300u, target.string.length());
+
+    // A shorter copy overwrites only up to its terminator; the rest stays as it was.
+    target.string = HbbtvRecordString("ab");
+    EXPECT_STREQ("ab", target.string.c_str());
+    EXPECT_EQ('y', target.string.c_str()[3]);
+
+    HbbtvRecordString& self = target.string;
+    target.string = self;
+    EXPECT_STREQ("ab", target.string.c_str());
+    EXPECT_EQ(2u, target.string.length());
+}
+
+TEST(Payloads, ConstructorsFillTheWireFields)
+{
+    std::unique_ptr<HbbtvCommandPayloadWithStrParams> strings = HbbtvCommandPayloadWithStrParams::create(
+        ProgrammeCommand_GetSIDescriptors, "service", std::string(300, 'u').c_str(), 0x48, -2);
+    EXPECT_TRUE(insideBackendRegion(strings.get(), sizeof(*strings)));
+    EXPECT_EQ(1004, wordAt(strings.get(), 0));
+    EXPECT_EQ(0x48, wordAt(strings.get(), 4));
+    EXPECT_EQ(-2, wordAt(strings.get(), 8));
+    EXPECT_EQ(0, wordAt(strings.get(), 12));
+    EXPECT_EQ(10000, wordAt(strings.get(), 16));
+    EXPECT_EQ(0, wordAt(strings.get(), 20));
+    EXPECT_STREQ("service", reinterpret_cast<const char*>(strings.get()) + 24);
+    EXPECT_EQ(7, wordAt(strings.get(), 280));
+    EXPECT_EQ(std::string(254, 'u'), reinterpret_cast<const char*>(strings.get()) + 284);
+    EXPECT_EQ(300, wordAt(strings.get(), 540));
+
+    std::unique_ptr<HbbtvCommandPayloadWithChannelIDInfo> byName(
+        new HbbtvCommandPayloadWithChannelIDInfo(TunerCommand_TuneTo, HbbtvRecordString("ccid:1.2.3"), 44));
+    EXPECT_EQ(6, wordAt(byName.get(), 0));
+    EXPECT_STREQ("ccid:1.2.3", reinterpret_cast<const char*>(byName.get()) + 24);
+    EXPECT_EQ(1, wordAt(byName.get(), 544));
+    EXPECT_EQ(8191, wordAt(byName.get(), 548));
+    EXPECT_EQ(8191, wordAt(byName.get(), 552));
+    EXPECT_EQ(44, wordAt(byName.get(), 556));
+
+    std::unique_ptr<HbbtvCommandPayloadWithChannelIDInfo> byNumbers(
+        new HbbtvCommandPayloadWithChannelIDInfo(TunerCommand_Bind2CurrentChannel, -1, 5, 9));
+    EXPECT_EQ(14, wordAt(byNumbers.get(), 0));
+    EXPECT_STREQ("", reinterpret_cast<const char*>(byNumbers.get()) + 24);
+    EXPECT_EQ(0, wordAt(byNumbers.get(), 544));
+    EXPECT_EQ(-1, wordAt(byNumbers.get(), 548));
+    EXPECT_EQ(5, wordAt(byNumbers.get(), 552));
+    EXPECT_EQ(9, wordAt(byNumbers.get(), 556));
+
+    std::unique_ptr<HbbtvCommandPayloadWithLineupPool> lineup(
+        new HbbtvCommandPayloadWithLineupPool(TunerCommand_RequestChannelsLineup, 0x12345678u));
+    EXPECT_EQ(13, wordAt(lineup.get(), 0));
+    EXPECT_EQ(0x12345678, wordAt(lineup.get(), 24));
+}
+
+TEST(Payloads, DestructorWritesTheDefaultBudgetBack)
+{
+    alignas(8) unsigned char storage[sizeof(HbbtvCommandPayload)];
+    HbbtvCommandPayload* payload = ::new (storage) HbbtvCommandPayload(DSMCC_DVBURL_GetFile);
+    payload->timeoutMs = 60000;
+    payload->~HbbtvCommandPayload();
+    EXPECT_EQ(10000, wordAt(storage, 16));
+}
+
+TEST(Answers, CreatedAnswersAreClearedEvenInReusedBlocks)
+{
+    // Dirty a block of each answer size and free it: FIFO reuse hands the same block to the
+    // answer created next, so whatever the answer does not clear would show.
+    auto dirtyBlock = [](size_t size) {
+        void* p = hbbtvBackendMalloc(static_cast<unsigned int>(size));
+        memset(p, 0xAB, size);
+        hbbtvBackendMfree(p);
+        return p;
+    };
+
+    void* avBlock = dirtyBlock(sizeof(HbbtvServiceRequestAVInfoAnswer));
+    std::unique_ptr<HbbtvServiceRequestAVInfoAnswer> av = HbbtvServiceRequestAVInfoAnswer::create();
+    ASSERT_EQ(avBlock, av.get());
+    const unsigned char* avBytes = reinterpret_cast<const unsigned char*>(av.get());
+    size_t nonZero = 0;
+    for (size_t i = 0; i < sizeof(HbbtvServiceRequestAVInfoAnswer); ++i) {
+        nonZero += avBytes[i] != 0;
+    }
+    EXPECT_EQ(0u, nonZero);
+
+    void* baseBlock = dirtyBlock(sizeof(HbbtvServiceRequestAnswer));
+    std::unique_ptr<HbbtvServiceRequestAnswer> base = HbbtvServiceRequestAnswer::create();
+    ASSERT_EQ(baseBlock, base.get());
+    EXPECT_EQ(0, base->valid);
+    EXPECT_EQ(0, base->flag);
+    EXPECT_EQ(0, base->intValue1);
+    EXPECT_EQ(0, base->intValue2);
+    EXPECT_EQ(0, reinterpret_cast<const char*>(base.get())[266]);
+    EXPECT_EQ(0, reinterpret_cast<const char*>(base.get())[526]);
+    EXPECT_EQ(0u, base->strValue1.length());
+    EXPECT_EQ(0u, base->strValue2.length());
+
+    void* channelBlock = dirtyBlock(sizeof(HbbtvServiceRequestChannelInfoAnswer));
+    std::unique_ptr<HbbtvServiceRequestChannelInfoAnswer> channel(new HbbtvServiceRequestChannelInfoAnswer());
+    ASSERT_EQ(channelBlock, channel.get());
+    EXPECT_EQ(0, channel->channelInfo.channelNumberA);
+    EXPECT_EQ(0u, channel->channelInfo.idType);
+    EXPECT_EQ(0u, channel->channelInfo.name.length());
+
+    std::unique_ptr<HbbtvServiceRequestProgramInfoAnswer> programme = HbbtvServiceRequestProgramInfoAnswer::create();
+    EXPECT_EQ(0u, programme->programInfo.text4.length());
+    EXPECT_STREQ("", programme->programInfo.text1.c_str());
+
+    std::unique_ptr<HbbtvServiceRequestDvbResourceMountAnswer> mount(new HbbtvServiceRequestDvbResourceMountAnswer());
+    EXPECT_EQ(0u, mount->refused);
+}
+
+TEST(WireAddress, RegionPointersFitAndRoundTrip)
+{
+    std::unique_ptr<HbbtvServiceRequestAnswer> answer = HbbtvServiceRequestAnswer::create();
+    const uint32_t word = toWireAddress(answer.get());
+    EXPECT_EQ(static_cast<void*>(answer.get()), fromWireAddress(word));
+}
+
+TEST(ClassAllocationDeathTest, ArraysAndRefusedAllocationsAbort)
+{
+    hbbtv_test::expectAssertFail([] { delete[] new HbbtvServiceRequestAnswer[2]; }, kDataTypeFile,
+                                 "void* ClassOperatorNewDelete::OperatorArrayNew(size_t)", 47);
+    hbbtv_test::expectAssertFail([] { getOperatorNewDel()->OperatorArrayDel(nullptr); }, kDataTypeFile,
+                                 "void ClassOperatorNewDelete::OperatorArrayDel(void*)", 53);
+    hbbtv_test::expectAssertFail([] { getOperatorNewDel()->OperatorNew(70000); }, kDataTypeFile,
+                                 "void* ClassOperatorNewDelete::OperatorNew(size_t)", 26);
+    getOperatorNewDel()->OperatorDel(nullptr); // nothing to do, and no abort
+}
+
+#if UINTPTR_MAX > 0xFFFFFFFFu
+TEST(WireAddressDeathTest, PointerAboveFourGigabytesAborts)
+{
+    EXPECT_DEATH(
+        {
+            fflush(stdout);
+            dup2(STDERR_FILENO, STDOUT_FILENO);
+            toWireAddress(reinterpret_cast<void*>(uintptr_t(1) << 40));
+        },
+        "ASSERT FAIL: \\./backendglue/HbbtvBackendGlue\\.DataType\\.cpp "
+        "uint32_t ZR_HBBTV_Core::toWireAddress\\(const void\\*\\)");
+}
+#endif

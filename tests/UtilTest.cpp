@@ -1,0 +1,101 @@
+#include <cfloat>
+#include <cstdio>
+#include <stdexcept>
+#include <thread>
+
+#include <gtest/gtest.h>
+
+#include "HbbtvBackendGlue.Util.h"
+#include "support/AssertDeath.h"
+
+using namespace ZR_HBBTV_Core;
+
+namespace {
+const char kUtilFile[] = "./backendglue/HbbtvBackendGlue.Util.cpp";
+}
+
+TEST(ThreadCondition, TimedWaitReportsDeadlineAndSignal)
+{
+    Mutex mutex;
+    ThreadCondition condition;
+    Locker<Mutex> lock(mutex);
+
+    // A deadline already past returns at once, without waiting.
+    const double before = currentTime();
+    EXPECT_FALSE(condition.timedWait(mutex, before - 1.0));
+    EXPECT_LT(currentTime() - before, 0.5);
+
+    // A deadline that passes unsignalled gives false, no earlier than the deadline.
+    const double deadline = currentTime() + 0.05;
+    EXPECT_FALSE(condition.timedWait(mutex, deadline));
+    EXPECT_GE(currentTime(), deadline);
+
+    // A signal before the deadline gives true. The signaller takes the mutex first, so the
+    // signal cannot be sent before this thread waits.
+    std::thread signaller([&] {
+        Locker<Mutex> inner(mutex);
+        condition.signal();
+    });
+    EXPECT_TRUE(condition.timedWait(mutex, currentTime() + 30.0));
+    signaller.join();
+}
+
+TEST(ThreadCondition, LargestDeadlineMeansNoLimit)
+{
+    // The largest finite double is the queue's "no limit": it must wait until signalled rather
+    // than fail at once on a deadline that does not fit a timespec.
+    Mutex mutex;
+    ThreadCondition condition;
+    Locker<Mutex> lock(mutex);
+    std::thread signaller([&] {
+        Locker<Mutex> inner(mutex);
+        condition.broadcast();
+    });
+    EXPECT_TRUE(condition.timedWait(mutex, DBL_MAX));
+    signaller.join();
+}
+
+TEST(Mutex, TryLockAndScopedLocking)
+{
+    Mutex mutex;
+    EXPECT_TRUE(mutex.tryLock());
+    bool fromOtherThread = true;
+    std::thread([&] { fromOtherThread = mutex.tryLock(); }).join();
+    EXPECT_FALSE(fromOtherThread);
+    mutex.unlock();
+
+    // A Locker releases its mutex when an exception passes through its scope.
+    try {
+        Locker<Mutex> lock(mutex);
+        throw std::runtime_error("passes");
+    } catch (const std::runtime_error&) {
+    }
+    std::thread([&] {
+        fromOtherThread = mutex.tryLock();
+        if (fromOtherThread) {
+            mutex.unlock();
+        }
+    }).join();
+    EXPECT_TRUE(fromOtherThread);
+}
+
+TEST(Clock, CurrentTimeIsMonotonicSeconds)
+{
+    const double first = currentTime();
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    const double second = currentTime();
+    EXPECT_GE(second - first, 0.015);
+    EXPECT_LT(second - first, 5.0);
+}
+
+TEST(Logging, LogPrintsExactlyTheFormatAndAssertLineAborts)
+{
+    testing::internal::CaptureStdout();
+    const int written = HbbtvBackendGlue_Log("ticket:%u %s", 7u, "x");
+    fflush(stdout);
+    EXPECT_EQ("ticket:7 x", testing::internal::GetCapturedStdout());
+    EXPECT_EQ(10, written);
+
+    hbbtv_test::expectAssertFail([] { HbbtvBackendGlue_AssertFail(kUtilFile, "void f()", 42); }, kUtilFile,
+                                 "void f()", 42);
+}
