@@ -16,6 +16,8 @@ set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE BOTH)
 set(HBBTV_ARMHF_EXTRA_LIBS "${CMAKE_CURRENT_LIST_DIR}/../build/armhf-sysroot-extra/usr/lib/p7zip")
 get_filename_component(HBBTV_ARMHF_EXTRA_LIBS "${HBBTV_ARMHF_EXTRA_LIBS}" ABSOLUTE)
 
+# The emulator runs binaries with the armhf loader of libc6:armhf (which the armhf Android
+# libraries pull in), not with "-L /usr/arm-linux-gnueabihf": that cross loader would pick up the
+# multiarch libc of another build through the system's library cache and crash at the first thread.
 set(CMAKE_CROSSCOMPILING_EMULATOR
-    qemu-arm -L /usr/arm-linux-gnueabihf
-    -E LD_LIBRARY_PATH=${HBBTV_ARMHF_EXTRA_LIBS}:/usr/lib/arm-linux-gnueabihf/android)
+    qemu-arm -E LD_LIBRARY_PATH=${HBBTV_ARMHF_EXTRA_LIBS}:/usr/lib/arm-linux-gnueabihf/android)

@@ -29,7 +29,7 @@ missing() {
   for p in "$@"; do
     dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q 'install ok installed' || out+=("$p")
   done
-  printf '%s\n' "${out[@]}"
+  [ "${#out[@]}" -eq 0 ] || printf '%s\n' "${out[@]}"
 }
 
 # A mirror in mid-sync can fail one index for a while; retry, then go on with what was read.
