@@ -130,11 +130,15 @@ void shm_allocator::arena::free(node_tag* node)
 {
     // A node is in the used list at most once; the latest allocations sit at the back, which is
     // where frees usually find them.
-    const std::deque<node_tag*>::reverse_iterator used = std::find(m_usedList.rbegin(), m_usedList.rend(), node);
-    if (used == m_usedList.rend()) {
-        HbbtvBackendGlue_AssertFail(kSourceFile, __PRETTY_FUNCTION__, 93);
+    if (!m_usedList.empty() && m_usedList.back() == node) {
+        m_usedList.pop_back();
+    } else {
+        const std::deque<node_tag*>::reverse_iterator used = std::find(m_usedList.rbegin(), m_usedList.rend(), node);
+        if (used == m_usedList.rend()) {
+            HbbtvBackendGlue_AssertFail(kSourceFile, __PRETTY_FUNCTION__, 93);
+        }
+        m_usedList.erase(std::next(used).base());
     }
-    m_usedList.erase(std::next(used).base());
     if (std::find(m_freeList.begin(), m_freeList.end(), node) != m_freeList.end()) {
         HbbtvBackendGlue_AssertFail(kSourceFile, __PRETTY_FUNCTION__, 100);
     }
@@ -157,7 +161,8 @@ void shm_allocator::arena::dumpInfo()
 // ---------------------------------------------------------------------------------------------
 // The allocator.
 
-shm_allocator::shm_allocator() : m_initialized(false), m_capacity(0), m_base(nullptr), m_cursor(nullptr)
+shm_allocator::shm_allocator()
+    : m_arenaBySize(), m_initialized(false), m_capacity(0), m_base(nullptr), m_cursor(nullptr)
 {
     init();
 }
@@ -197,12 +202,14 @@ void* shm_allocator::allocate(size_t n)
         return nullptr;
     }
     const size_t nodeSize = nodeSizeFor(n);
-    const unsigned short key = static_cast<unsigned short>(nodeSize);
-    std::map<unsigned short, arena>::iterator it = m_arenas.find(key);
-    if (it == m_arenas.end()) {
-        it = m_arenas.emplace(std::piecewise_construct, std::forward_as_tuple(key), std::forward_as_tuple(*this)).first;
+    arena* sized = m_arenaBySize[nodeSize / 8];
+    if (sized == nullptr) {
+        const unsigned short key = static_cast<unsigned short>(nodeSize);
+        sized = &m_arenas.emplace(std::piecewise_construct, std::forward_as_tuple(key), std::forward_as_tuple(*this))
+                     .first->second;
+        m_arenaBySize[nodeSize / 8] = sized;
     }
-    return reinterpret_cast<unsigned char*>(it->second.allocate(nodeSize)) + node_tag::headerSize();
+    return reinterpret_cast<unsigned char*>(sized->allocate(nodeSize)) + node_tag::headerSize();
 }
 
 void shm_allocator::free(void* p)
@@ -221,12 +228,12 @@ void shm_allocator::free(void* p)
     if (!inRegion || node->isPolluted()) {
         HbbtvBackendGlue_AssertFail(kSourceFile, __PRETTY_FUNCTION__, 173);
     }
-    const std::map<unsigned short, arena>::iterator it =
-        m_arenas.find(static_cast<unsigned short>(node->dataSize + node_tag::headerSize()));
-    if (it == m_arenas.end()) {
+    const size_t nodeSize = node->dataSize + node_tag::headerSize();
+    arena* const sized = nodeSize % 8 == 0 ? m_arenaBySize[nodeSize / 8] : nullptr;
+    if (sized == nullptr) {
         HbbtvBackendGlue_AssertFail(kSourceFile, __PRETTY_FUNCTION__, 177);
     }
-    it->second.free(node);
+    sized->free(node);
 }
 
 void* shm_allocator::_allocate(size_t nodeSize)

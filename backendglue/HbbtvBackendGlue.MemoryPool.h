@@ -123,6 +123,9 @@ public:
 
 private:
     std::map<unsigned short, arena> m_arenas;
+    // The map's arenas by node size / 8, for a lookup without a tree walk on every call; the map
+    // stays the owner and gives the ascending order of dumpInfo.
+    arena* m_arenaBySize[65536 / 8];
     bool m_initialized;
     uint32_t m_capacity;
     unsigned char* m_base;

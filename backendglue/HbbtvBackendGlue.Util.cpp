@@ -72,15 +72,12 @@ Mutex::~Mutex()
     pthread_mutex_destroy(&m_mutex);
 }
 
-void Mutex::lock()
+void Mutex::lockFailed(int result)
 {
-    const int result = pthread_mutex_lock(&m_mutex);
-    if (result != 0) {
-        printf(".....%s,%d....result:%d...%p.EINVAL:%d, EBUSY:%d, EINVAL:%d, EAGAIN:%d, EDEADLK:%d, EPERM:%d\n",
-               __PRETTY_FUNCTION__, 40, result, static_cast<void*>(&m_mutex), EINVAL, EBUSY, EINVAL, EAGAIN,
-               EDEADLK, EPERM);
-        HbbtvBackendGlue_AssertFail(kSourceFile, __PRETTY_FUNCTION__, 48);
-    }
+    const char function[] = "void ZR_HBBTV_Core::Mutex::lock()";
+    printf(".....%s,%d....result:%d...%p.EINVAL:%d, EBUSY:%d, EINVAL:%d, EAGAIN:%d, EDEADLK:%d, EPERM:%d\n", function,
+           40, result, static_cast<void*>(&m_mutex), EINVAL, EBUSY, EINVAL, EAGAIN, EDEADLK, EPERM);
+    HbbtvBackendGlue_AssertFail(kSourceFile, function, 48);
 }
 
 bool Mutex::tryLock()
@@ -95,13 +92,11 @@ bool Mutex::tryLock()
     HbbtvBackendGlue_AssertFail(kSourceFile, __PRETTY_FUNCTION__, 60);
 }
 
-void Mutex::unlock()
+void Mutex::unlockFailed(int result)
 {
-    const int result = pthread_mutex_unlock(&m_mutex);
-    if (result != 0) {
-        printf("...%s,%d...result:%d\n", __PRETTY_FUNCTION__, 69, result);
-        HbbtvBackendGlue_AssertFail(kSourceFile, __PRETTY_FUNCTION__, 70);
-    }
+    const char function[] = "void ZR_HBBTV_Core::Mutex::unlock()";
+    printf("...%s,%d...result:%d\n", function, 69, result);
+    HbbtvBackendGlue_AssertFail(kSourceFile, function, 70);
 }
 
 ThreadCondition::ThreadCondition()

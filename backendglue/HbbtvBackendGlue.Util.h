@@ -25,12 +25,28 @@ public:
     Mutex(const Mutex&) = delete;
     Mutex& operator=(const Mutex&) = delete;
 
-    void lock();
+    // Inline: the allocator takes this lock twice for every record.
+    void lock()
+    {
+        const int result = pthread_mutex_lock(&m_mutex);
+        if (result != 0) {
+            lockFailed(result);
+        }
+    }
     bool tryLock();
-    void unlock();
+    void unlock()
+    {
+        const int result = pthread_mutex_unlock(&m_mutex);
+        if (result != 0) {
+            unlockFailed(result);
+        }
+    }
 
 private:
     friend class ThreadCondition;
+    [[noreturn]] void lockFailed(int result);
+    [[noreturn]] void unlockFailed(int result);
+
     pthread_mutex_t m_mutex;
 };
 
