@@ -16,7 +16,6 @@ native_pkgs=(
   libgtest-dev libgmock-dev googletest libbenchmark-dev
   android-libutils-dev android-liblog-dev android-platform-frameworks-native-headers
   android-libbase-dev android-libcutils-dev
-  libclang-rt-14-dev
 )
 armhf_pkgs=(
   g++-arm-linux-gnueabihf qemu-user
