@@ -66,6 +66,7 @@ if [ "$want_armhf" -eq 1 ]; then
   dest="$top/build/armhf-sysroot-extra"
   if [ ! -e "$dest/usr/lib/p7zip/7z.so" ]; then
     tmp=$(mktemp -d)
+    chmod 755 "$tmp" # apt downloads as its own user
     [ "$apt_updated" -eq 1 ] || apt_update
     (cd "$tmp" && apt-get download -qq p7zip-full:armhf)
     mkdir -p "$dest"

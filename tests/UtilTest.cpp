@@ -79,15 +79,6 @@ TEST(Mutex, TryLockAndScopedLocking)
     EXPECT_TRUE(fromOtherThread);
 }
 
-TEST(Clock, CurrentTimeIsMonotonicSeconds)
-{
-    const double first = currentTime();
-    std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    const double second = currentTime();
-    EXPECT_GE(second - first, 0.015);
-    EXPECT_LT(second - first, 5.0);
-}
-
 TEST(Logging, LogPrintsExactlyTheFormatAndAssertLineAborts)
 {
     testing::internal::CaptureStdout();
