@@ -1,0 +1,69 @@
+// The simulated host's answering side: requests handed to the host are answered on a thread of
+// the host's own, each as a decision says (at once, late, twice, never, or for a ticket nobody
+// waits for), by filling the answer record and reporting completion by ticket.
+#ifndef HBBTV_SIM_HOST_ANSWER_THREAD_H
+#define HBBTV_SIM_HOST_ANSWER_THREAD_H
+
+#include <condition_variable>
+#include <functional>
+#include <map>
+#include <mutex>
+#include <thread>
+
+#include "HbbtvBackendRecords.h"
+
+namespace hbbtv_sim {
+
+struct HostDecision {
+    enum Kind {
+        Answer,        // fill the answer, report completion once
+        AnswerTwice,   // fill the answer, report completion twice
+        Never,         // do nothing: the request runs out of budget
+        UnknownTicket, // report completion for a ticket nobody waits for, fill nothing
+    };
+    Kind kind = Answer;
+    unsigned int delayMs = 0; // how long after the hand-over the host acts
+};
+
+class HostAnswerThread {
+public:
+    typedef std::function<HostDecision(const HbbtvCommandPayload&)> Decide;
+    typedef std::function<void(const HbbtvCommandPayload&, HbbtvServiceRequestAnswer&)> Fill;
+    typedef std::function<void(const HbbtvCommandPayload&, unsigned int ticket)> Complete;
+
+    HostAnswerThread(Decide decide, Fill fill, Complete complete);
+    // Stops the thread; requests not yet acted on are dropped.
+    ~HostAnswerThread();
+    HostAnswerThread(const HostAnswerThread&) = delete;
+    HostAnswerThread& operator=(const HostAnswerThread&) = delete;
+
+    // Takes a request from the issuer and returns at once.
+    void post(const HbbtvCommandPayload* payload, HbbtvServiceRequestAnswer* answer);
+
+    static const unsigned int kUnknownTicketOffset = 0x40000000;
+
+private:
+    // The request is copied when it is handed over, so that the host thread never reads a payload
+    // that its requester may already have released.
+    struct Job {
+        HbbtvCommandPayload request;
+        HbbtvServiceRequestAnswer* answer;
+        HostDecision decision;
+    };
+
+    void run();
+    void act(const Job& job);
+
+    Decide m_decide;
+    Fill m_fill;
+    Complete m_complete;
+    std::mutex m_mutex;
+    std::condition_variable m_wake;
+    std::multimap<std::chrono::steady_clock::time_point, Job> m_jobs;
+    bool m_stopping = false;
+    std::thread m_thread;
+};
+
+} // namespace hbbtv_sim
+
+#endif
