@@ -1,0 +1,1 @@
+// The loopback binder runtime.

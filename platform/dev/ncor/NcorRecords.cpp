@@ -1,0 +1,1 @@
+// The browser-side data records.

@@ -1,0 +1,1 @@
+// The TV-service interface.
