@@ -136,11 +136,6 @@ HbbtvCommandPayload::HbbtvCommandPayload(HbbtvBackendCommand command_, int param
 {
 }
 
-HbbtvCommandPayload::~HbbtvCommandPayload()
-{
-    timeoutMs = kDefaultTimeoutMs;
-}
-
 void* HbbtvCommandPayload::operator new(size_t size) noexcept
 {
     return getOperatorNewDel()->OperatorNew(size);

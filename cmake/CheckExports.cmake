@@ -1,15 +1,18 @@
-# Fails unless the library's dynamic symbol table defines exactly the allowed symbols (or fewer).
-# Called as: cmake -DNM=<nm> -DLIBRARY=<lib.so> -DALLOWED="a;b" -P CheckExports.cmake
+# Fails unless the library's dynamic symbol table defines exactly the host's entry points.
+# Called as: cmake -DNM=<nm> -DLIBRARY=<lib.so> -DALLOWED=a,b -P CheckExports.cmake
 execute_process(COMMAND ${NM} -D --defined-only ${LIBRARY}
                 OUTPUT_VARIABLE listing RESULT_VARIABLE result)
 if(NOT result EQUAL 0)
   message(FATAL_ERROR "could not read the symbols of ${LIBRARY}")
 endif()
+string(REPLACE "," ";" ALLOWED "${ALLOWED}")
 string(REPLACE "\n" ";" lines "${listing}")
+set(found_symbols "")
 set(unexpected "")
 foreach(line IN LISTS lines)
   if(line MATCHES "^[0-9a-fA-F]* +[A-Za-z] +([^ @]+)")
     set(symbol "${CMAKE_MATCH_1}")
+    list(APPEND found_symbols "${symbol}")
     list(FIND ALLOWED "${symbol}" found)
     if(found EQUAL -1)
       list(APPEND unexpected "${symbol}")
@@ -19,4 +22,10 @@ endforeach()
 if(unexpected)
   message(FATAL_ERROR "exported but not part of the host interface: ${unexpected}")
 endif()
-message(STATUS "exports of ${LIBRARY} are limited to: ${ALLOWED}")
+foreach(symbol IN LISTS ALLOWED)
+  list(FIND found_symbols "${symbol}" at)
+  if(at EQUAL -1)
+    message(FATAL_ERROR "the host's entry point ${symbol} is not exported")
+  endif()
+endforeach()
+message(STATUS "${LIBRARY} exports exactly: ${ALLOWED}")

@@ -122,7 +122,7 @@ public:
 
     explicit HbbtvCommandPayload(HbbtvBackendCommand command, int param1 = 0, int param2 = 0);
     // Writes the default budget back into timeoutMs before the memory is returned.
-    ~HbbtvCommandPayload();
+    ~HbbtvCommandPayload() { timeoutMs = kDefaultTimeoutMs; }
 
     static void* operator new(size_t size) noexcept;
     static void operator delete(void* p);

@@ -1,0 +1,91 @@
+// Video and component control: each operation sends one command and discards the answer.
+#include <unistd.h>
+
+#include <cstdio>
+
+#include "HbbtvBackendTVService.h"
+#include "plx_scope_lock.h"
+
+namespace ZR_HBBTV_Core {
+
+namespace {
+
+// 1280 in the upper half, 720 in the lower.
+const int kFullScreenWindow = (1280 << 16) | 720;
+
+void logNotImplemented(const char* operation, int line)
+{
+    printf("\e[0;32;32m[MSG][HbbTV-???]%s pass in\e[0m\n", operation);
+    printf("\e[0;32;31m[ERR][HbbTV-Not implement]%s %s %d\e[0m\n", "HbbtvBackendTVService", operation, line);
+    printf("\e[0;32;32m[MSG][HbbTV-???]%s pass out\e[0m\n", operation);
+}
+
+} // namespace
+
+void HbbtvBackendTVService::openVideo()
+{
+    sendPlainCommand(DVBMediaPlayer_OpenVideo);
+}
+
+void HbbtvBackendTVService::stopVideo()
+{
+    sendPlainCommand(DVBMediaPlayer_CloseVideo);
+}
+
+void HbbtvBackendTVService::releaseVideo()
+{
+    plx_scope_lock lock(&m_tvSericeMutex, "virtual void ZR_HBBTV_Core::HbbtvBackendTVService::releaseVideo()", 568);
+    sendPlainCommand(VideoBroadcastElementEvent_ReleaseVideoControl);
+}
+
+void HbbtvBackendTVService::setViewport(bool fullScreen, int x, int y, int width, int height)
+{
+    plx_scope_lock lock(&m_tvSericeMutex,
+                        "virtual void ZR_HBBTV_Core::HbbtvBackendTVService::setViewport(bool, int, int, int, int)", 437);
+    // Packed without masking, as the host reads it: a negative y or height spills into x or width.
+    const int position = fullScreen ? 0 : static_cast<int>((static_cast<unsigned int>(x) << 16) | static_cast<unsigned int>(y));
+    const int size = fullScreen ? kFullScreenWindow
+                                : static_cast<int>((static_cast<unsigned int>(width) << 16) | static_cast<unsigned int>(height));
+    sendPlainCommand(DVBMediaPlayer_SetDisplayWindow, position, size);
+}
+
+void HbbtvBackendTVService::selectAVComponent(const NCOR::AVComponentData& component)
+{
+    {
+        const std::unique_ptr<HbbtvServiceRequestAnswer> answer =
+            sendPlainCommand(TunerCommand_SelectAVComponent, component.getComponentType(), component.getComponentTag());
+        usleep(5); // the host's component switch wants a moment before the records go
+    }
+}
+
+void HbbtvBackendTVService::unselectAVComponent(const NCOR::AVComponentData& component)
+{
+    {
+        const std::unique_ptr<HbbtvServiceRequestAnswer> answer = sendPlainCommand(
+            TunerCommand_UnselectAVComponent, component.getComponentType(), component.getComponentTag());
+        usleep(5);
+    }
+}
+
+bool HbbtvBackendTVService::canHandleDigitalTeletext()
+{
+    logNotImplemented("canHandleDigitalTeletext", 1922);
+    return false;
+}
+
+void HbbtvBackendTVService::notifySelectedComponentChanged(NCOR::Broadcast::ComponentType)
+{
+    logNotImplemented("notifySelectedComponentChanged", 1944);
+}
+
+int HbbtvBackendTVService::extraSDVideoDecodes()
+{
+    return 0;
+}
+
+int HbbtvBackendTVService::extraHDVideoDecodes()
+{
+    return 0;
+}
+
+} // namespace ZR_HBBTV_Core

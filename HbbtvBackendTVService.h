@@ -1,0 +1,192 @@
+// The TV service ("kalto.TVService"): the browser's requests for broadcast services, each turned
+// into a numbered backend command that the host answers through the service agent.
+#ifndef HBBTV_BACKEND_TV_SERVICE_H
+#define HBBTV_BACKEND_TV_SERVICE_H
+
+#include <pthread.h>
+
+#include <atomic>
+#include <string>
+#include <vector>
+
+#include <utils/String16.h>
+#include <utils/Vector.h>
+
+#include "HbbtvBackendGlue.ServiceAgent.h"
+#include "HbbtvBackendRecords.h"
+#include "HbbtvHostRecords.h"
+#include "IAITSignallingClient.h"
+#include "IChannelManagerClient.h"
+#include "IDSMCCClient.h"
+#include "IRecordingManagerClient.h"
+#include "ITVService.h"
+#include "ITvConfigurationClient.h"
+#include "ZR_HbbtvImplInterface.h"
+
+namespace ZR_HBBTV_Core {
+
+// The agent's one road to the host.
+class IssueSrviceRequest : public ServiceRequestIssuer {
+public:
+    explicit IssueSrviceRequest(Hbbtv_TVServer* server);
+    bool operator()(const HbbtvCommandPayload* payload, HbbtvServiceRequestAnswer* answer) override;
+
+private:
+    Hbbtv_TVServer* m_server;
+};
+
+class HbbtvBackendTVService : public BnTVService {
+public:
+    // Creates, starts and publishes the single instance on the first call; later calls return it.
+    static HbbtvBackendTVService* instantiate(Hbbtv_TVServer* server, HbbtvBackendClientRegister* clientRegister);
+
+    HbbtvBackendTVService(Hbbtv_TVServer* server, HbbtvBackendClientRegister* clientRegister);
+    ~HbbtvBackendTVService() override;
+
+    // The owner's teardown: from here on requests are refused at once and the clients released.
+    // The object itself stays, published, until its last reference goes.
+    void teardown();
+
+    // The request path.
+    unsigned int ticket();
+    void sendServiceRequest(HbbtvCommandPayload* payload, HbbtvServiceRequestAnswer* answer);
+    void serviceRequestFinished(unsigned int ticket);
+    void SetHbbTVRunningStatus(bool running);
+    bool GetHbbTVRunningStatus();
+    bool CheckIfAITClientExisted();
+    bool CheckIfDSMCCClientExisted();
+    bool CheckIfCMClientExisted();
+
+    // ITVService, in its slot order.
+    void registerAITSignallingClient(const android::sp<IAITSignallingClient>& client) override;
+    void registerChannelManagerClient(const android::sp<IChannelManagerClient>& client) override;
+    void registerDSMCCClient(const android::sp<IDSMCCClient>& client) override;
+    void registerTvConfigurationClient(const android::sp<ITvConfigurationClient>& client) override;
+    bool requestOCResourceMount(const std::string& url, std::string& mountPoint) override;
+    void suspendBroadcastService() override;
+    void resumeBroadcastService() override;
+    bool isBroadcastServiceSuspended() override;
+    void registerStreamEvent(const std::string& target, const std::string& eventName) override;
+    void registerStreamEvent(const std::string& target, const std::string& eventName, bool flag, long number) override;
+    void unregisterStreamEvent(const std::string& target, const std::string& eventName) override;
+    void unregisterAllStreamEvents() override;
+    bool getCurrentChannel(NCOR::ChannelTunerData& channel) override;
+    bool getChannelList(std::vector<NCOR::ChannelTunerData*>& channels) override;
+    bool canResolveURI(const std::string& uri) override;
+    void setViewport(bool fullScreen, int x, int y, int width, int height) override;
+    NCOR::Broadcast::PlayStateError bindToCurrentChannel(const NCOR::ChannelTunerData& channel) override;
+    NCOR::Broadcast::PlayStateError tune(const NCOR::ChannelTunerData& channel) override;
+    void stopVideo() override;
+    void releaseVideo() override;
+    void getProgrammes(std::vector<NCOR::ProgrammeData*>& programmes) override;
+    void getSIDescriptors(const std::string& programmeID, NCOR::EIT::DescriptorTag tag,
+                          NCOR::EIT::ExtensionDescriptorTag extensionTag,
+                          std::vector<std::vector<unsigned char>>& descriptors) override;
+    bool getAllProgrammesForChannel(const NCOR::ChannelTunerData& channel,
+                                    std::vector<NCOR::ProgrammeData*>& programmes) override;
+    void getAVComponents(NCOR::Broadcast::ComponentType type, std::vector<NCOR::AVComponentData*>& components) override;
+    void getActiveAVComponents(NCOR::Broadcast::ComponentType type,
+                               std::vector<NCOR::AVComponentData*>& components) override;
+    void selectAVComponent(const NCOR::AVComponentData& component) override;
+    void unselectAVComponent(const NCOR::AVComponentData& component) override;
+    bool isTrickPlaySupported() override;
+    bool getAudioDescriptionEnable() override;
+    void getPreferredAudioLanguage(std::string& language) override;
+    void setPreferredAudioLanguage(const std::string& language) override;
+    void getPreferredSubtitleLanguage(std::string& language) override;
+    void setPreferredSubtitleLanguage(const std::string& language) override;
+    void getCountryId(std::string& country) override;
+    void setCountryId(const std::string& country) override;
+    unsigned int getRegionId() override;
+    void setRegionId(unsigned int region) override;
+    NCOR::Broadcast::PVRPolicy getPvrPolicy() override;
+    void setPvrPolicy(NCOR::Broadcast::PVRPolicy policy) override;
+    unsigned int getPvrSaveEpisodes() override;
+    void setPvrSaveEpisodes(unsigned int episodes) override;
+    unsigned int getPvrSaveDays() override;
+    void setPvrSaveDays(unsigned int days) override;
+    int getPvrStartPadding() override;
+    void setPvrStartPadding(int seconds) override;
+    int getPvrEndPadding() override;
+    void setPvrEndPadding(int seconds) override;
+    NCOR::Broadcast::RecordingState scheduleRecording(const NCOR::RecordingData& recording) override;
+    void removeRecording(const NCOR::ScheduledRecordingData& recording) override;
+    void updateScheduledRecording(const NCOR::ScheduledRecordingData& recording) override;
+    NCOR::Broadcast::RecordingState startRecording(const NCOR::RecordingData& recording) override;
+    NCOR::Broadcast::RecordingState stopRecording(const NCOR::RecordingData& recording) override;
+    void getRecordings(std::vector<NCOR::RecordingData*>& recordings) override;
+    void getScheduledRecordings(std::vector<NCOR::ScheduledRecordingData*>& recordings) override;
+    bool getParentalControlPINEnable() override;
+    bool verifyParentalControlPIN(const std::string& pin) override;
+    int getParentalControlThreshold() override;
+    void getModelName(std::string& name) override;
+    void getSoftwareVersion(std::string& version) override;
+    void getHardwareVersion(std::string& version) override;
+    void getSerialNumber(std::string& number) override;
+    bool pvrSupported() override;
+    void getSupportedAVProfiles(NCOR::AVProfileData& profiles) override;
+    void getSupportedParentalSchemes(std::vector<std::string>& schemes) override;
+    void getSupportedChannelIDType(std::vector<NCOR::Broadcast::ChannelIDType>& types) override;
+    int extraSDVideoDecodes() override;
+    int extraHDVideoDecodes() override;
+    void leaveLiveIn() override;
+    void returnLiveIn() override;
+    bool reminderSupported() override;
+    bool canScheduleReminders() override;
+    NCOR::Broadcast::ReminderState scheduleReminder(const NCOR::ReminderData& reminder) override;
+    void removeReminder(const NCOR::ScheduledReminderData& reminder) override;
+    void getScheduledReminders(std::vector<NCOR::ScheduledReminderData*>& reminders) override;
+
+    // BBinder.
+    android::status_t dump(int fd, const android::Vector<android::String16>& args) override;
+
+    // The service's own further operations (not part of the binder interface).
+    virtual bool canSupportChannelType(NCOR::Broadcast::ChannelIDType type);
+    virtual void tunerInit();
+    virtual void openVideo();
+    virtual bool canScheduleRecordings();
+    virtual bool downloadSupported();
+    virtual void notifyChannelModified(const NCOR::ChannelTunerData& channel);
+    virtual void notifyAccessToBroadcastResources(bool granted);
+    virtual void notifyChannelAdded(const NCOR::ChannelTunerData& channel);
+    virtual void notifyChannelRemoved(const NCOR::ChannelTunerData& channel);
+    virtual void notifySelectedComponentChanged(NCOR::Broadcast::ComponentType type);
+    virtual bool canHandleDigitalTeletext();
+    virtual void notifyConfigurationChanged();
+    virtual void notifyRecordingStateChanged(const NCOR::RecordingData& recording, NCOR::Broadcast::PVRState state);
+
+    // Called by the application manager when a browser application starts loading.
+    void notifyStartNewApp(const char* url);
+
+private:
+    // Sends a plain command record with up to two integers and a plain answer, and waits.
+    // Returns the answer for reading (freed when it goes).
+    std::unique_ptr<HbbtvServiceRequestAnswer> sendPlainCommand(HbbtvBackendCommand command, int param1 = 0,
+                                                                int param2 = 0);
+    android::sp<IChannelManagerClient> channelManagerClient();
+
+    std::atomic<uint32_t> m_ticket; // drawn without a lock, deliberately (see ticket())
+    Hbbtv_TVServer* m_tvServer;
+    HbbtvBackendClientRegister* m_clientRegister;
+    android::sp<IAITSignallingClient> m_aitSignallingClient;
+    android::sp<IDSMCCClient> m_dsmccClient;
+    android::sp<IChannelManagerClient> m_channelManagerClient;
+    android::sp<ITvConfigurationClient> m_tvConfigurationClient;
+    android::sp<IRecordingManagerClient> m_recordingManagerClient;
+    std::vector<int> m_reserved;
+    pthread_mutex_t m_tvSericeMutex;
+    std::string m_reservedText1;
+    std::string m_reservedText2;
+    std::string m_reservedText3;
+    uint32_t m_reservedWords[6];
+    bool m_hbbtvRunning;
+    pthread_mutex_t m_hbbtvStatusMutex;
+    NCOR::ChannelTunerData* m_ChannelTunerDataObj;
+
+    Mutex m_clientsMutex;             // guards the five client references
+    std::atomic<bool> m_tornDown;     // set by teardown: requests refused from then on
+};
+
+} // namespace ZR_HBBTV_Core
+
+#endif

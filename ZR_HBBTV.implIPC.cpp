@@ -1,0 +1,288 @@
+#include "ZR_HBBTV.implIPC.h"
+
+#include <unistd.h>
+
+#include <new>
+
+#include "ZR_HBBTV.implIPC_p.h"
+
+namespace ZR_HBBTV_Core {
+
+namespace {
+
+const char kSourceName[] = "ZR_HBBTV.implIPC";
+const int kKeyPolls = 100;
+const useconds_t kKeyPollMicroseconds = 3000;
+
+} // namespace
+
+ZR_HbbtvImpl::ZR_HbbtvImpl() : m_initialised(false)
+{
+}
+
+ZR_HbbtvImpl::~ZR_HbbtvImpl()
+{
+    deinit();
+}
+
+void ZR_HbbtvImpl::init(Hbbtv_TVServer* server)
+{
+    if (m_initialised) {
+        return;
+    }
+    ZR_HbbtvImplPrivate* const created = new (std::nothrow) ZR_HbbtvImplPrivate(server);
+    if (created == nullptr) {
+        HbbtvBackendGlue_AssertFail(kSourceName, __PRETTY_FUNCTION__, 36);
+    }
+    m_private = created;
+    m_private->init();
+    m_initialised = true;
+}
+
+void ZR_HbbtvImpl::deinit()
+{
+    if (m_private != nullptr) {
+        m_private->teardown();
+        m_private.clear();
+    }
+    m_initialised = false;
+}
+
+bool ZR_HbbtvImpl::ready() const
+{
+    return m_initialised && m_private != nullptr;
+}
+
+int ZR_HbbtvImpl::toggleDigitalTeletext() const
+{
+    if (!ready()) {
+        return 0;
+    }
+    switch (m_private->toggleDigitalTeletext()) {
+    case 2: return 0;
+    case 1: return 2;
+    default: return 1;
+    }
+}
+
+void ZR_HbbtvImpl::notifyChannelChanged(unsigned short a, unsigned short b, unsigned short c) const
+{
+    if (ready()) {
+        m_private->notifyChannelChanged(a, b, c);
+    }
+}
+
+bool ZR_HbbtvImpl::newAITNotification(unsigned int aitVersion, const AITApps& apps)
+{
+    return ready() && m_private->newAITNotification(aitVersion, apps);
+}
+
+void ZR_HbbtvImpl::noAITNotification(unsigned short value)
+{
+    if (ready()) {
+        m_private->noAITNotification(value);
+    }
+}
+
+void ZR_HbbtvImpl::tunerStopped(bool stopped)
+{
+    if (ready()) {
+        m_private->tunerStopped(stopped);
+    }
+}
+
+bool ZR_HbbtvImpl::launchBrowser()
+{
+    return ready() && m_private->launchBrowser();
+}
+
+bool ZR_HbbtvImpl::keyClick(unsigned int key)
+{
+    if (!ready() || !m_private->keyClick(key)) {
+        return false;
+    }
+    for (int poll = 0; poll < kKeyPolls; ++poll) {
+        if (m_private->IsKeyHandled()) {
+            return m_private->KeyConsumedStatus();
+        }
+        usleep(kKeyPollMicroseconds);
+    }
+    // An answer that did not come in time counts as consumed, so the host does not act on a key
+    // the application may have taken.
+    return true;
+}
+
+int ZR_HbbtvImpl::prepareCreateApplication()
+{
+    return ready() ? m_private->prepareCreateApplication() : 0;
+}
+
+int ZR_HbbtvImpl::createApplication(int appId, const std::string& url, const std::string& extra)
+{
+    return ready() ? m_private->createApplication(appId, url, extra) : 0;
+}
+
+void ZR_HbbtvImpl::closeUserCreatedApps()
+{
+    if (ready()) {
+        m_private->closeUserCreatedApps();
+    }
+}
+
+void ZR_HbbtvImpl::notifyBroadbandAccessAvailable(bool available)
+{
+    if (ready()) {
+        m_private->notifyBroadbandAccessAvailable(available);
+    }
+}
+
+void ZR_HbbtvImpl::notifyHbbtvServiceRequestFinished(HbbtvCommandPayload* payload)
+{
+    if (ready()) {
+        m_private->notifyHbbtvServiceRequestFinished(payload);
+    }
+}
+
+void ZR_HbbtvImpl::notifyStreamEvent(const std::string& a, const std::string& b, const std::string& c,
+                                     const std::string& d)
+{
+    if (ready()) {
+        m_private->notifyStreamEvent(a, b, c, d);
+    }
+}
+
+void ZR_HbbtvImpl::setCookiesEnabledAttribute(bool enabled)
+{
+    if (ready()) {
+        m_private->setCookiesEnabledAttribute(enabled);
+    }
+}
+
+void ZR_HbbtvImpl::sendCookiesEnabledAttribute()
+{
+    if (ready()) {
+        m_private->sendCookiesEnabledAttribute();
+    }
+}
+
+bool ZR_HbbtvImpl::isBrowserReady()
+{
+    return ready() && m_private->isBrowserReady();
+}
+
+void ZR_HbbtvImpl::notifyTimezoneChanged(const char* timezone)
+{
+    if (ready()) {
+        m_private->notifyTimezoneChanged(timezone);
+    }
+}
+
+void ZR_HbbtvImpl::notifyLocaleChanged(const char* locale)
+{
+    if (ready()) {
+        m_private->notifyLocaleChanged(locale);
+    }
+}
+
+void ZR_HbbtvImpl::notifyParentalRatingChange(unsigned short a, unsigned short b, unsigned short c, int d)
+{
+    if (ready()) {
+        m_private->notifyParentalRatingChange(a, b, c, d);
+    }
+}
+
+void ZR_HbbtvImpl::notifyProgrammeChanged(unsigned short a, unsigned short b, unsigned short c)
+{
+    if (ready()) {
+        m_private->notifyProgrammeChanged(a, b, c);
+    }
+}
+
+void ZR_HbbtvImpl::SetHbbTVRunningStatus(bool running)
+{
+    // Only the private object is required here, not a completed init.
+    if (m_private != nullptr) {
+        m_private->SetHbbTVRunningStatus(running);
+    }
+}
+
+bool ZR_HbbtvImpl::isAppAlive(int appId)
+{
+    return ready() && m_private->isAppAlive(appId);
+}
+
+const char* ZR_HbbtvImpl::setupEnvVar(const char* name, const char* value)
+{
+    return ready() ? m_private->setupEnvVar(name, value) : nullptr;
+}
+
+void ZR_HbbtvImpl::unsetEnvVar(const char* name)
+{
+    if (ready()) {
+        m_private->unsetEnvVar(name);
+    }
+}
+
+void ZR_HbbtvImpl::killCurrentApp()
+{
+    if (ready()) {
+        m_private->killCurrentApp();
+    }
+}
+
+void ZR_HbbtvImpl::notifyChannelListChanged()
+{
+    if (ready()) {
+        m_private->notifyChannelListChanged();
+    }
+}
+
+void ZR_HbbtvImpl::selectMMAudioComponent(const HbbtvMultimediaComponentData& component)
+{
+    if (ready()) {
+        m_private->selectMMAudioComponent(component);
+    }
+}
+
+void ZR_HbbtvImpl::selectMMSubtitleComponent(const HbbtvMultimediaComponentData& component)
+{
+    if (ready()) {
+        m_private->selectMMSubtitleComponent(component);
+    }
+}
+
+void ZR_HbbtvImpl::forceReleaseMMResource()
+{
+    if (ready()) {
+        m_private->forceReleaseMMResource();
+    }
+}
+
+void ZR_HbbtvImpl::notifySignalLost()
+{
+    if (ready()) {
+        m_private->notifySignalLost();
+    }
+}
+
+void ZR_HbbtvImpl::notifyTunerPlundered()
+{
+    if (ready()) {
+        m_private->notifyTunerPlundered();
+    }
+}
+
+} // namespace ZR_HBBTV_Core
+
+ZR_HBBTV_Core::ZR_HbbtvImplInterface* CreateHbbtvWrapper()
+{
+    return new ZR_HBBTV_Core::ZR_HbbtvImpl();
+}
+
+void DestroyHbbtvWrapper(ZR_HBBTV_Core::ZR_HbbtvImplInterface* wrapper)
+{
+    // Only our own wrapper is deleted; a foreign object is left alone.
+    if (wrapper != nullptr && dynamic_cast<ZR_HBBTV_Core::ZR_HbbtvImpl*>(wrapper) != nullptr) {
+        delete wrapper;
+    }
+}

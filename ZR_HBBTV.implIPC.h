@@ -1,0 +1,64 @@
+// The wrapper the host creates through CreateHbbtvWrapper: a thin, defensive facade that owns
+// the application manager and refuses every call until init.
+#ifndef ZR_HBBTV_IMPLIPC_H
+#define ZR_HBBTV_IMPLIPC_H
+
+#include <utils/StrongPointer.h>
+
+#include "ZR_HbbtvImplInterface.h"
+
+namespace ZR_HBBTV_Core {
+
+class ZR_HbbtvImplPrivate;
+
+class ZR_HbbtvImpl : public ZR_HbbtvImplInterface {
+public:
+    ZR_HbbtvImpl();
+    ~ZR_HbbtvImpl() override;
+
+    void init(Hbbtv_TVServer* server) override;
+    void deinit() override;
+    int toggleDigitalTeletext() const override;
+    void notifyChannelChanged(unsigned short, unsigned short, unsigned short) const override;
+    bool newAITNotification(unsigned int aitVersion, const AITApps& apps) override;
+    void noAITNotification(unsigned short value) override;
+    void tunerStopped(bool stopped) override;
+    bool launchBrowser() override;
+    bool keyClick(unsigned int key) override;
+    int prepareCreateApplication() override;
+    int createApplication(int appId, const std::string& url, const std::string& extra) override;
+    void closeUserCreatedApps() override;
+    void notifyBroadbandAccessAvailable(bool available) override;
+    void notifyHbbtvServiceRequestFinished(HbbtvCommandPayload* payload) override;
+    void notifyStreamEvent(const std::string&, const std::string&, const std::string&,
+                           const std::string&) override;
+    void setCookiesEnabledAttribute(bool enabled) override;
+    void sendCookiesEnabledAttribute() override;
+    bool isBrowserReady() override;
+    void notifyTimezoneChanged(const char* timezone) override;
+    void notifyLocaleChanged(const char* locale) override;
+    void notifyParentalRatingChange(unsigned short, unsigned short, unsigned short, int) override;
+    void notifyProgrammeChanged(unsigned short, unsigned short, unsigned short) override;
+    void SetHbbTVRunningStatus(bool running) override;
+    bool isAppAlive(int appId) override;
+    const char* setupEnvVar(const char* name, const char* value) override;
+    void unsetEnvVar(const char* name) override;
+    void killCurrentApp() override;
+    void notifyChannelListChanged() override;
+    void selectMMAudioComponent(const HbbtvMultimediaComponentData& component) override;
+    void selectMMSubtitleComponent(const HbbtvMultimediaComponentData& component) override;
+    void forceReleaseMMResource() override;
+    void notifySignalLost() override;
+    void notifyTunerPlundered() override;
+
+private:
+    bool ready() const;
+
+    // Owned through its reference count: the browser holds references to it as its client.
+    android::sp<ZR_HbbtvImplPrivate> m_private;
+    bool m_initialised;
+};
+
+} // namespace ZR_HBBTV_Core
+
+#endif

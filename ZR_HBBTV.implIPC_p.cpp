@@ -1,0 +1,325 @@
+// The application manager: construction, teardown, binding to the browser, the browser's death,
+// client registration and the host's small operations.
+#include "ZR_HBBTV.implIPC_p.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <new>
+
+#include <binder/IServiceManager.h>
+
+#include "HbbtvBackendTVService.h"
+
+namespace ZR_HBBTV_Core {
+
+namespace {
+
+const char kSourceName[] = "ZR_HBBTV.implIPC_p";
+const char kBrowserServiceName[] = "com.kalto.YXTService";
+const char kBrowserExecutable[] = "/vendor/lib/YXT";
+const int kBrowserLookups = 11;
+
+} // namespace
+
+Mutex ZR_HbbtvImplPrivate::m_mutex;
+std::atomic<bool> ZR_HbbtvImplPrivate::_gotKilled(false);
+unsigned int ZR_HbbtvImplPrivate::_keyID = 0;
+
+void DeathNotifier::binderDied(const android::wp<android::IBinder>&)
+{
+    m_owner->binderDied();
+}
+
+ZR_HbbtvImplPrivate::ZR_HbbtvImplPrivate(Hbbtv_TVServer* server)
+    : m_server(server), m_browserPid(0), m_tvServiceUnlocked(nullptr), m_keyState(0), m_cookiesEnabled(false)
+{
+    m_mmClient = new YXTMMClient(this);
+}
+
+ZR_HbbtvImplPrivate::~ZR_HbbtvImplPrivate()
+{
+    teardown();
+}
+
+int ZR_HbbtvImplPrivate::init()
+{
+    // The TV service and the agent's issuer are created once per process and keep pointing at the
+    // manager that created them, so that manager is kept for the life of the process; a later
+    // manager only refuses (its teardown latched the class).
+    static android::sp<ZR_HbbtvImplPrivate>* const serviceOwner = new android::sp<ZR_HbbtvImplPrivate>(this);
+    (void)serviceOwner;
+    m_tvService = HbbtvBackendTVService::instantiate(this, this);
+    if (m_tvService == nullptr) {
+        HbbtvBackendGlue_AssertFail(kSourceName, __PRETTY_FUNCTION__, 263);
+    }
+    m_tvServiceUnlocked = m_tvService.get();
+    return 1;
+}
+
+void ZR_HbbtvImplPrivate::teardown()
+{
+    Locker<Mutex> lock(m_mutex);
+    android::sp<HbbtvBackendTVService> service = m_tvService;
+    m_tvService.clear();
+    m_tvServiceUnlocked = nullptr;
+    _gotKilled = true;
+    if (service != nullptr) {
+        service->teardown();
+    }
+    // References go in reverse order of the members; nothing is said to the browser.
+    m_windows.clear();
+    m_recordingManagerClient.clear();
+    m_tvConfigurationClient.clear();
+    m_dsmccClient.clear();
+    m_channelManagerClient.clear();
+    m_aitSignallingClient.clear();
+    m_keys.clear();
+    m_userApps.clear();
+    if (m_mmClient != nullptr) {
+        m_mmClient->detach();
+        m_mmClient.clear();
+    }
+    m_browserService.clear();
+    m_deathNotifier.clear();
+}
+
+bool ZR_HbbtvImplPrivate::launchBrowser()
+{
+    Locker<Mutex> lock(m_mutex);
+    if (_gotKilled) {
+        return false;
+    }
+    const android::sp<android::IServiceManager> manager = android::defaultServiceManager();
+    android::sp<android::IBinder> binder;
+    for (int attempt = 1;; ++attempt) {
+        binder = manager->getService(android::String16(kBrowserServiceName));
+        if (binder != nullptr) {
+            break;
+        }
+        if (attempt == kBrowserLookups) {
+            // Not reported to the host as a failure: nothing is bound, and what needs the
+            // browser finds it missing.
+            printf("%s not published,...\n", kBrowserServiceName);
+            return true;
+        }
+        usleep(1000000);
+    }
+    m_deathNotifier = new DeathNotifier(this);
+    binder->linkToDeath(m_deathNotifier, nullptr, 0);
+    m_browserService = IYXTService::asInterface(binder);
+    if (m_browserService == nullptr) {
+        printf("[ZR_HBBTV]: %s does not answer as the browser service\n", kBrowserServiceName);
+        return true;
+    }
+    m_browserService->registerClient(android::sp<IYXTClient>(this));
+    m_browserService->registerMMClient(m_mmClient);
+    return true;
+}
+
+bool ZR_HbbtvImplPrivate::isBrowserReady()
+{
+    Locker<Mutex> lock(m_mutex);
+    if (_gotKilled) {
+        return false;
+    }
+    return m_tvService != nullptr && m_aitSignallingClient != nullptr && m_browserService != nullptr;
+}
+
+void ZR_HbbtvImplPrivate::binderDied()
+{
+    puts("hbbtvBrowser is died!");
+    Locker<Mutex> lock(m_mutex);
+    if (_gotKilled) {
+        return;
+    }
+    // Only the notifier and the pid are reset: the host decides what the death means.
+    m_deathNotifier.clear();
+    m_browserPid = 0;
+    m_server->HBBTV_BrowserDiedNotification();
+}
+
+bool ZR_HbbtvImplPrivate::startBrowser()
+{
+    struct stat info;
+    if (stat(kBrowserExecutable, &info) != 0) {
+        return false;
+    }
+    const pid_t pid = fork();
+    if (pid == 0) {
+        char* const arguments[] = {const_cast<char*>(kBrowserExecutable), const_cast<char*>("-frameless-window"),
+                                   const_cast<char*>("-qws"), const_cast<char*>("-display"),
+                                   const_cast<char*>("directfb:layerid=1:debug"), nullptr};
+        execv(kBrowserExecutable, arguments);
+        return true;
+    }
+    if (pid < 0) {
+        return false;
+    }
+    m_browserPid = pid;
+    return true;
+}
+
+void ZR_HbbtvImplPrivate::stopBrowser()
+{
+}
+
+char** ZR_HbbtvImplPrivate::createEnvs()
+{
+    char** environment = new char*[1];
+    environment[0] = nullptr;
+    return environment;
+}
+
+// ---------------------------------------------------------------------------------------------
+// Hbbtv_TVServer: on their way to the host. Once the manager is torn down the host may already
+// have destroyed its server, so nothing is passed on any more.
+
+void ZR_HbbtvImplPrivate::HBBTV_CommandHandler(void* command)
+{
+    if (!_gotKilled) {
+        m_server->HBBTV_CommandHandler(command);
+    }
+}
+
+void ZR_HbbtvImplPrivate::HBBTV_ServiceRequestHandler(void* payload, void* answer)
+{
+    if (!_gotKilled) {
+        m_server->HBBTV_ServiceRequestHandler(payload, answer);
+    }
+}
+
+void ZR_HbbtvImplPrivate::HBBTV_HeartBeatNotification()
+{
+    if (!_gotKilled) {
+        m_server->HBBTV_HeartBeatNotification();
+    }
+}
+
+void ZR_HbbtvImplPrivate::HBBTV_LoadingNotification(int progress, const char* url)
+{
+    if (!_gotKilled) {
+        m_server->HBBTV_LoadingNotification(progress, url);
+    }
+}
+
+void ZR_HbbtvImplPrivate::HBBTV_BrowserDiedNotification()
+{
+    if (!_gotKilled) {
+        m_server->HBBTV_BrowserDiedNotification();
+    }
+}
+
+void ZR_HbbtvImplPrivate::HBBTV_NotifyUserAppCreated(int windowId, int appId)
+{
+    Locker<Mutex> lock(m_mutex);
+    if (_gotKilled) {
+        return;
+    }
+    const std::map<int, int>::iterator app = m_userApps.find(appId);
+    if (app != m_userApps.end()) {
+        app->second = windowId;
+    }
+}
+
+void ZR_HbbtvImplPrivate::HBBTV_DelegateAction(void (*)(void*), void*)
+{
+}
+
+void ZR_HbbtvImplPrivate::HBBTV_ReportIsAnyAppRunning(bool)
+{
+}
+
+void ZR_HbbtvImplPrivate::HBBTV_NotifyMultimediaAudioComponentDataChanged(
+    const std::vector<HbbtvMultimediaComponentData>&, int)
+{
+}
+
+void ZR_HbbtvImplPrivate::HBBTV_NotifyMultimediaSubtitleComponentDataChanged(
+    const std::vector<HbbtvMultimediaComponentData>&, int)
+{
+}
+
+// ---------------------------------------------------------------------------------------------
+// Client registration (the TV service passes on what the browser registers).
+
+void ZR_HbbtvImplPrivate::registerAITSignallingClient(const android::sp<IAITSignallingClient>& client)
+{
+    Locker<Mutex> lock(m_mutex);
+    if (!_gotKilled) {
+        m_aitSignallingClient = client;
+    }
+}
+
+void ZR_HbbtvImplPrivate::registerChannelManagerClient(const android::sp<IChannelManagerClient>& client)
+{
+    Locker<Mutex> lock(m_mutex);
+    if (!_gotKilled) {
+        m_channelManagerClient = client;
+    }
+}
+
+void ZR_HbbtvImplPrivate::registerDSMCCClient(const android::sp<IDSMCCClient>& client)
+{
+    Locker<Mutex> lock(m_mutex);
+    if (!_gotKilled) {
+        m_dsmccClient = client;
+    }
+}
+
+void ZR_HbbtvImplPrivate::registerTvConfigurationClient(const android::sp<ITvConfigurationClient>& client)
+{
+    Locker<Mutex> lock(m_mutex);
+    if (!_gotKilled) {
+        m_tvConfigurationClient = client;
+    }
+}
+
+void ZR_HbbtvImplPrivate::registerRecordingManagerClient(const android::sp<IRecordingManagerClient>& client)
+{
+    Locker<Mutex> lock(m_mutex);
+    if (!_gotKilled) {
+        m_recordingManagerClient = client;
+    }
+}
+
+// ---------------------------------------------------------------------------------------------
+// Host operations.
+
+void ZR_HbbtvImplPrivate::SetHbbTVRunningStatus(bool running)
+{
+    HbbtvBackendTVService* const service = m_tvServiceUnlocked;
+    if (service != nullptr) {
+        service->SetHbbTVRunningStatus(running);
+    }
+}
+
+void ZR_HbbtvImplPrivate::notifyHbbtvServiceRequestFinished(HbbtvCommandPayload* payload)
+{
+    Locker<Mutex> lock(m_mutex);
+    if (_gotKilled || m_tvService == nullptr || payload == nullptr) {
+        return;
+    }
+    m_tvService->serviceRequestFinished(payload->ticket);
+}
+
+void ZR_HbbtvImplPrivate::setCookiesEnabledAttribute(bool enabled)
+{
+    m_cookiesEnabled = enabled;
+}
+
+void ZR_HbbtvImplPrivate::sendCookiesEnabledAttribute()
+{
+}
+
+const char* ZR_HbbtvImplPrivate::setupEnvVar(const char*, const char*)
+{
+    return "0";
+}
+
+void ZR_HbbtvImplPrivate::unsetEnvVar(const char*)
+{
+}
+
+} // namespace ZR_HBBTV_Core

@@ -1,0 +1,186 @@
+// The application manager behind the wrapper: the host's forwarding Hbbtv_TVServer, the client
+// register of the TV service, and the browser's client (IYXTClient). It binds to the browser's
+// service, watches it for death, passes AIT, keys, applications and broadcast events to the
+// browser, and carries the browser's reports back to the host.
+//
+// One class-wide mutex guards every instance, and a class-wide killed latch, set for good at
+// teardown, makes every later guarded operation refuse: the library is initialised once per
+// process.
+#ifndef ZR_HBBTV_IMPLIPC_P_H
+#define ZR_HBBTV_IMPLIPC_P_H
+
+#include <atomic>
+#include <list>
+#include <map>
+#include <string>
+#include <vector>
+
+#include <binder/IBinder.h>
+
+#include "HbbtvBackendGlue.Util.h"
+#include "IAITSignallingClient.h"
+#include "IChannelManagerClient.h"
+#include "IDSMCCClient.h"
+#include "IRecordingManagerClient.h"
+#include "ITvConfigurationClient.h"
+#include "IYXTClient.h"
+#include "IYXTMMClient.h"
+#include "IYXTService.h"
+#include "ZR_HbbtvImplInterface.h"
+
+namespace ZR_HBBTV_Core {
+
+class HbbtvBackendTVService;
+class ZR_HbbtvImplPrivate;
+
+class DeathNotifier : public android::IBinder::DeathRecipient {
+public:
+    explicit DeathNotifier(ZR_HbbtvImplPrivate* owner) : m_owner(owner) {}
+    void binderDied(const android::wp<android::IBinder>& who) override;
+
+private:
+    ZR_HbbtvImplPrivate* m_owner;
+};
+
+// The multimedia client registered with the browser: forwards the player's component reports.
+class YXTMMClient : public BnYXTMMClient {
+public:
+    explicit YXTMMClient(ZR_HbbtvImplPrivate* owner) : m_owner(owner) {}
+    void notifyAudioComponentsChanged(const std::vector<MultimediaComponentData>& components, int value) override;
+    void notifySubtitleComponentsChanged(const std::vector<MultimediaComponentData>& components,
+                                         int value) override;
+    // Cut at teardown, so that a late report from the browser reaches nothing.
+    void detach() { m_owner.store(nullptr); }
+
+private:
+    std::atomic<ZR_HbbtvImplPrivate*> m_owner;
+};
+
+class ZR_HbbtvImplPrivate : public Hbbtv_TVServer, public HbbtvBackendClientRegister, public BnYXTClient {
+public:
+    struct keyInfo {
+        unsigned int key;
+        bool consumed;
+    };
+
+    explicit ZR_HbbtvImplPrivate(Hbbtv_TVServer* server);
+
+    // Hbbtv_TVServer: calls from inside the library on their way to the host.
+    void HBBTV_CommandHandler(void* command) override;
+    void HBBTV_ServiceRequestHandler(void* payload, void* answer) override;
+    void HBBTV_HeartBeatNotification() override;
+    void HBBTV_LoadingNotification(int progress, const char* url) override;
+    void HBBTV_BrowserDiedNotification() override;
+    void HBBTV_NotifyUserAppCreated(int windowId, int appId) override;
+    void HBBTV_DelegateAction(void (*action)(void*), void* argument) override;
+    void HBBTV_ReportIsAnyAppRunning(bool running) override;
+    void HBBTV_NotifyMultimediaAudioComponentDataChanged(const std::vector<HbbtvMultimediaComponentData>&,
+                                                         int) override;
+    void HBBTV_NotifyMultimediaSubtitleComponentDataChanged(const std::vector<HbbtvMultimediaComponentData>&,
+                                                            int) override;
+
+    ~ZR_HbbtvImplPrivate() override;
+
+    // HbbtvBackendClientRegister, and the fifth client kind.
+    void registerAITSignallingClient(const android::sp<IAITSignallingClient>& client) override;
+    void registerChannelManagerClient(const android::sp<IChannelManagerClient>& client) override;
+    void registerDSMCCClient(const android::sp<IDSMCCClient>& client) override;
+    void registerTvConfigurationClient(const android::sp<ITvConfigurationClient>& client) override;
+    void registerRecordingManagerClient(const android::sp<IRecordingManagerClient>& client);
+
+    // IYXTClient: the browser's reports, on binder threads.
+    void notifyNewWindow(int windowId) override;
+    void notifyWindowClosed(int windowId) override;
+    void notifyLoadStarted(int loadId, const std::string& url) override;
+    void notifyLoadProgress(int loadId, int percent) override;
+    void notifyLoadComplete(int loadId) override;
+    void notifyLoadFailed(int loadId, const std::string& url, int error) override;
+    void notifyWindowPainted(int windowId, int x, int y, int width, int height) override;
+    void notifyKeyEventConsumed(int eventId, bool consumed) override;
+    void notifyInitialLayoutCompleted(int loadId) override;
+
+    // Lifecycle and binding.
+    int init();
+    // The destructor's work, run when the host de-initialises: latch, TV service torn down,
+    // references released. The object itself goes with its last reference.
+    void teardown();
+    bool launchBrowser();
+    bool isBrowserReady();
+    bool startBrowser();
+    void stopBrowser();
+    char** createEnvs();
+    void binderDied();
+
+    // Host operations.
+    void SetHbbTVRunningStatus(bool running);
+    void notifyHbbtvServiceRequestFinished(HbbtvCommandPayload* payload);
+    void setCookiesEnabledAttribute(bool enabled);
+    void sendCookiesEnabledAttribute();
+    const char* setupEnvVar(const char* name, const char* value);
+    void unsetEnvVar(const char* name);
+
+    // AIT and applications.
+    bool newAITNotification(unsigned int aitVersion, const AITApps& apps);
+    void noAITNotification(unsigned short value);
+    int prepareCreateApplication();
+    int createApplication(int appId, const std::string& url, const std::string& extra);
+    void closeUserCreatedApps();
+    void killCurrentApp();
+    bool isAppAlive(int appId);
+
+    // Keys.
+    bool keyClick(unsigned int key);
+    bool IsKeyHandled();
+    bool KeyConsumedStatus();
+
+    // Broadcast events.
+    void notifyChannelChanged(unsigned short, unsigned short, unsigned short);
+    void notifyProgrammeChanged(unsigned short, unsigned short, unsigned short);
+    void notifyTunerPlundered();
+    void notifySignalLost();
+    void tunerStopped(bool stopped);
+    void notifyStreamEvent(const std::string&, const std::string&, const std::string&, const std::string&);
+    void notifyChannelListChanged();
+    void notifyLocaleChanged(const char* locale);
+    void notifyTimezoneChanged(const char* timezone);
+    int toggleDigitalTeletext();
+    void notifyParentalRatingChange(unsigned short, unsigned short, unsigned short, int);
+    void notifyBroadbandAccessAvailable(bool available);
+
+    // Multimedia components.
+    void notifyAudioComponentsChanged(const std::vector<MultimediaComponentData>& components, int value);
+    void notifySubtitleComponentsChanged(const std::vector<MultimediaComponentData>& components, int value);
+    void selectMMAudioComponent(const HbbtvMultimediaComponentData& component);
+    void selectMMSubtitleComponent(const HbbtvMultimediaComponentData& component);
+    void forceReleaseMMResource();
+
+    static Mutex m_mutex;
+    // Read without the lock where the browser's reports go straight to the host.
+    static std::atomic<bool> _gotKilled;
+    static unsigned int _keyID;
+
+private:
+    Hbbtv_TVServer* m_server;
+    android::sp<DeathNotifier> m_deathNotifier;
+    int m_browserPid;
+    android::sp<HbbtvBackendTVService> m_tvService;
+    // The same service for the paths that deliberately take no lock (browser load reports, the
+    // running status); the service itself lives as long as the process.
+    std::atomic<HbbtvBackendTVService*> m_tvServiceUnlocked;
+    android::sp<IYXTService> m_browserService;
+    android::sp<YXTMMClient> m_mmClient;
+    std::map<int, int> m_userApps;
+    std::map<unsigned int, keyInfo> m_keys;
+    std::atomic<uint32_t> m_keyState; // polled without the lock by the wrapper
+    android::sp<IAITSignallingClient> m_aitSignallingClient;
+    android::sp<IChannelManagerClient> m_channelManagerClient;
+    android::sp<IDSMCCClient> m_dsmccClient;
+    android::sp<ITvConfigurationClient> m_tvConfigurationClient;
+    android::sp<IRecordingManagerClient> m_recordingManagerClient;
+    std::list<int> m_windows;
+    bool m_cookiesEnabled;
+};
+
+} // namespace ZR_HBBTV_Core
+
+#endif
