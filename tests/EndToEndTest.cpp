@@ -1,0 +1,234 @@
+// The library end to end as a television runs it: the host creates the wrapper through the
+// exported factory, the simulated browser publishes its service and registers its clients
+// through the TV service, requests travel from the browser to the host and back, the browser dies
+// and is bound again, and the host tears everything down.
+#include <android/log.h>
+
+#include <chrono>
+#include <cstdio>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "HbbtvBackendTVService.h"
+#include "SimulatedBrowser.h"
+#include "SimulatedHost.h"
+#include "ZR_HbbtvImplInterface.h"
+
+using hbbtv_sim::HostDecision;
+using std::chrono::milliseconds;
+using ZR_HBBTV_Core::ZR_HbbtvImplInterface;
+
+namespace {
+
+const milliseconds kWait(5000);
+
+double secondsSince(std::chrono::steady_clock::time_point start)
+{
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+}
+
+// One television: a host, a browser and the wrapper between them.
+struct Television {
+    hbbtv_sim::SimulatedHost host;
+    hbbtv_sim::SimulatedBrowser browser;
+    ZR_HbbtvImplInterface* wrapper = CreateHbbtvWrapper();
+
+    Television() { host.setWrapper(wrapper); }
+    ~Television() { destroyWrapper(); }
+
+    void destroyWrapper()
+    {
+        if (wrapper != nullptr) {
+            host.setWrapper(nullptr); // a host stops reporting to a wrapper it destroys
+            DestroyHbbtvWrapper(wrapper);
+            wrapper = nullptr;
+        }
+    }
+
+    // Boots, binds to the browser and lets it register its clients.
+    void bootAndBind()
+    {
+        wrapper->init(&host);
+        ASSERT_TRUE(browser.publish());
+        ASSERT_TRUE(wrapper->launchBrowser());
+        ASSERT_TRUE(browser.registerClients());
+    }
+};
+
+} // namespace
+
+TEST(EndToEnd, BindingAndRequestsRoundTrip)
+{
+    Television tv;
+    tv.wrapper->init(&tv.host);
+    hbbtv_sim::SimulatedHost otherHost;
+    tv.wrapper->init(&otherHost); // ignored: the first server stays
+    EXPECT_FALSE(tv.wrapper->isBrowserReady());
+
+    ASSERT_TRUE(tv.browser.publish());
+    EXPECT_TRUE(tv.wrapper->launchBrowser());
+    EXPECT_EQ(1u, tv.browser.service()->record().clientRegistrations);
+    EXPECT_EQ(1u, tv.browser.service()->record().mmClientRegistrations);
+    EXPECT_FALSE(tv.wrapper->isBrowserReady()); // bound, but no AIT client yet
+    ASSERT_TRUE(tv.browser.registerClients());
+    EXPECT_TRUE(tv.wrapper->isBrowserReady());
+
+    // Browser -> TV service -> agent -> host -> completion through the wrapper -> browser.
+    const android::sp<ITVService> service = tv.browser.tvService();
+    service->stopVideo();
+    service->setViewport(false, 100, 50, 640, 360);
+    ASSERT_TRUE(tv.host.waitForCompletions(2, kWait));
+    const std::vector<hbbtv_sim::ReceivedRequest> requests = tv.host.record().requests;
+    ASSERT_EQ(2u, requests.size());
+    EXPECT_EQ(DVBMediaPlayer_CloseVideo, requests[0].command);
+    EXPECT_EQ(DVBMediaPlayer_SetDisplayWindow, requests[1].command);
+    EXPECT_EQ(6553650, requests[1].param1);
+    EXPECT_EQ(41943400, requests[1].param2);
+    EXPECT_NE(requests[0].ticket, requests[1].ticket);
+    EXPECT_TRUE(otherHost.record().requests.empty());
+}
+
+TEST(EndToEnd, UnansweredRequestComesBackNotValidAfterItsBudget)
+{
+    Television tv;
+    tv.bootAndBind();
+    tv.host.setDecisionFor(DVBMediaPlayer_OpenVideo, HostDecision{HostDecision::Never, 0});
+    ZR_HBBTV_Core::HbbtvBackendTVService* service = ZR_HBBTV_Core::HbbtvBackendTVService::instantiate(nullptr, nullptr);
+    std::unique_ptr<HbbtvServiceRequestAnswer> answer = HbbtvServiceRequestAnswer::create();
+    std::unique_ptr<HbbtvCommandPayload> payload(new HbbtvCommandPayload(DVBMediaPlayer_OpenVideo));
+    payload->timeoutMs = 50;
+    const auto start = std::chrono::steady_clock::now();
+    service->sendServiceRequest(payload.get(), answer.get());
+    EXPECT_EQ(0, answer->valid);
+    EXPECT_GE(secondsSince(start), 1.05);
+    EXPECT_EQ(1u, tv.host.record().requests.size());
+}
+
+TEST(EndToEnd, BrowserDeathTellsTheHostOnceAndRebindWorks)
+{
+    Television tv;
+    tv.bootAndBind();
+    ASSERT_TRUE(tv.browser.die());
+    ASSERT_TRUE(tv.host.waitForBrowserDied(1, kWait));
+    EXPECT_TRUE(tv.wrapper->isBrowserReady()); // only the death watch and the pid are reset
+    EXPECT_EQ(1u, tv.host.record().browserDied);
+
+    ASSERT_TRUE(tv.browser.publish());
+    EXPECT_TRUE(tv.wrapper->launchBrowser());
+    EXPECT_EQ(2u, tv.browser.service()->record().clientRegistrations);
+    ASSERT_TRUE(tv.browser.registerClients()); // a restarted browser registers its clients again
+    tv.browser.tvService()->stopVideo();
+    EXPECT_TRUE(tv.host.waitForCompletions(1, kWait));
+    EXPECT_EQ(1u, tv.host.record().browserDied);
+}
+
+TEST(EndToEnd, LateCallsAfterTeardownAreHarmlessAndReinitRefuses)
+{
+    Television tv;
+    tv.bootAndBind();
+    const android::sp<ITVService> service = tv.browser.tvService();
+    const android::sp<IYXTClient> client = tv.browser.service()->client();
+    ASSERT_NE(nullptr, client);
+    tv.destroyWrapper();
+
+    // The browser still holds the TV service and the manager as its client.
+    const auto start = std::chrono::steady_clock::now();
+    service->stopVideo();
+    EXPECT_LT(secondsSince(start), 1.0); // refused, not sent
+    service->registerAITSignallingClient(tv.browser.aitSignallingClient());
+    client->notifyNewWindow(5);
+    client->notifyKeyEventConsumed(1, true);
+    client->notifyLoadStarted(3, "http://late");
+    tv.browser.notifyAudioComponentsChanged({MultimediaComponentData()}, 1);
+    EXPECT_TRUE(tv.host.record().requests.empty());
+    EXPECT_TRUE(tv.host.record().loading.empty());
+    EXPECT_TRUE(tv.host.record().components.empty());
+
+    // The library is initialised once per process: a new wrapper refuses what needs the manager.
+    ZR_HbbtvImplInterface* again = CreateHbbtvWrapper();
+    again->init(&tv.host);
+    EXPECT_FALSE(again->launchBrowser());
+    EXPECT_FALSE(again->isBrowserReady());
+    EXPECT_EQ(0, again->prepareCreateApplication());
+    DestroyHbbtvWrapper(again);
+}
+
+TEST(EndToEnd, KeyClickWaitsForTheBrowsersVerdict)
+{
+    Television tv;
+    tv.bootAndBind();
+    const int red = 398;
+    tv.browser.service()->setKeyReply(hbbtv_sim::KeyReply{true, false, 5});
+    EXPECT_FALSE(tv.wrapper->keyClick(red)); // neither event consumed: the host handles the key
+    tv.browser.service()->setKeyReply(hbbtv_sim::KeyReply{true, true, 5});
+    EXPECT_TRUE(tv.wrapper->keyClick(red));
+
+    // No answer within about 0.3 s counts as consumed.
+    tv.browser.service()->setKeyReply(hbbtv_sim::KeyReply{false, false, 0});
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_TRUE(tv.wrapper->keyClick(red));
+    EXPECT_GE(secondsSince(start), 0.3);
+
+    // A key HbbTV does not handle is refused at once, without an event.
+    const size_t events = tv.browser.service()->record().keyEvents.size();
+    EXPECT_FALSE(tv.wrapper->keyClick(12345));
+    EXPECT_EQ(events, tv.browser.service()->record().keyEvents.size());
+}
+
+TEST(EndToEnd, TeletextToggleIsRemappedForTheHost)
+{
+    Television tv;
+    tv.bootAndBind();
+    tv.browser.dsmccClient()->setTeletextAnswer(1);
+    EXPECT_EQ(2, tv.wrapper->toggleDigitalTeletext()); // switched on, then reset with 0
+    EXPECT_EQ((std::vector<int>{1, 0}), tv.browser.dsmccClient()->record().teletextToggles);
+    tv.browser.dsmccClient()->setTeletextAnswer(5);
+    EXPECT_EQ(0, tv.wrapper->toggleDigitalTeletext());
+    tv.browser.dsmccClient()->setTeletextAnswer(0);
+    EXPECT_EQ(1, tv.wrapper->toggleDigitalTeletext());
+}
+
+TEST(EndToEnd, DefaultBodiesAnswerThroughTheService)
+{
+    static std::vector<std::string> lines;
+    __android_log_set_logger([](const __android_logger_data*, const char* message) {
+        if (std::string(message).rfind("NOT IMPLEMENTED", 0) == 0) {
+            lines.push_back(message);
+        }
+    });
+    __android_log_set_minimum_priority(ANDROID_LOG_DEBUG);
+    Television tv;
+    tv.bootAndBind(); // the browser's registration of its recording client reaches a default body too
+    ASSERT_EQ(1u, lines.size());
+    lines.clear();
+    const android::sp<ITVService> service = tv.browser.tvService();
+    service->registerRecordingManagerClient(tv.browser.recordingManagerClient());
+    EXPECT_EQ(100, static_cast<int>(service->bindToCurrentInput()));
+    ASSERT_EQ(2u, lines.size());
+    EXPECT_EQ("NOT IMPLEMENTED: virtual void ITVService::registerRecordingManagerClient(const "
+              "android::sp<IRecordingManagerClient>&) at ITVService, line 96",
+              lines[0]);
+    EXPECT_EQ("NOT IMPLEMENTED: virtual NCOR::Broadcast::PlayStateError ITVService::bindToCurrentInput() at "
+              "ITVService, line 680",
+              lines[1]);
+    EXPECT_TRUE(tv.host.record().requests.empty());
+}
+
+TEST(EndToEndSlow, LaunchBrowserGivesUpAfterElevenLookups)
+{
+    // The one test that runs the binding protocol's ten one-second sleeps as they are.
+    Television tv;
+    tv.wrapper->init(&tv.host);
+    testing::internal::CaptureStdout();
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_TRUE(tv.wrapper->launchBrowser());
+    const double elapsed = secondsSince(start);
+    fflush(stdout);
+    const std::string out = testing::internal::GetCapturedStdout();
+    EXPECT_GE(elapsed, 10.0);
+    EXPECT_LT(elapsed, 20.0);
+    EXPECT_NE(std::string::npos, out.find("com.kalto.YXTService not published,...\n"));
+    EXPECT_FALSE(tv.wrapper->isBrowserReady());
+}
