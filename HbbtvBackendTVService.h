@@ -6,6 +6,7 @@
 #include <pthread.h>
 
 #include <atomic>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -24,6 +25,67 @@
 #include "ZR_HbbtvImplInterface.h"
 
 namespace ZR_HBBTV_Core {
+
+// The host's report of a tune attempt.
+enum HbbtvTunerState {
+    HbbtvTunerState_CannotTune = 1,
+    HbbtvTunerState_CannotChangeChannel = 12,
+    HbbtvTunerState_Tuned = 101,
+};
+
+// Chained initialiser for the translation tables:
+//   static const std::map<K, V> table = map_list_of<K, V>(k1, v1)(k2, v2);
+template <typename K, typename V>
+class map_list_of {
+public:
+    map_list_of(const K& key, const V& value) { m_map[key] = value; }
+    map_list_of& operator()(const K& key, const V& value)
+    {
+        m_map[key] = value;
+        return *this;
+    }
+    operator std::map<K, V>() const { return m_map; }
+
+private:
+    std::map<K, V> m_map;
+};
+
+// A host text read as far as its stored length says. A length past what the text can hold is cut
+// to the 254 characters that the string keeps, with one log line naming what was read.
+std::string hostStoredText(const HbbtvRecordString& text, const char* what);
+// A host text up to its terminator, never past its record.
+std::string hostTerminatedText(const HbbtvRecordString& text);
+
+// The host's channel record into the browser's; the transport stream id is left as it was.
+class TranslateChannelData {
+public:
+    static NCOR::Broadcast::ChannelIDType HbbtvIDType2InteralIDType(
+        HbbtvServiceRequestChannelInfoAnswer::HbbtvIDType type);
+    void operator()(HbbtvServiceRequestChannelInfoAnswer::HbbtvChannelInfo& info, NCOR::ChannelTunerData& channel);
+};
+
+// The present or following programme as the host reports it.
+class ProgrammeInfoTranslator {
+public:
+    void operator()(HbbtvServiceRequestProgramInfoAnswer::HbbtvProgramInfo& info, NCOR::ProgrammeData& programme);
+};
+
+// The host's component block into browser records, appended to the caller's vector, which owns them.
+class AvComponentInfoTranslator {
+public:
+    void operator()(NCOR::Broadcast::ComponentType type, HbbtvAVComponentInfo& info,
+                    std::vector<NCOR::AVComponentData*>& components);
+    void translateVideoData(HbbtvAVComponentInfo& info, std::vector<NCOR::AVComponentData*>& components);
+    void translateAudioData(HbbtvAVComponentInfo& info, std::vector<NCOR::AVComponentData*>& components);
+    void translateSubtitleData(HbbtvAVComponentInfo& info, std::vector<NCOR::AVComponentData*>& components);
+};
+
+// The service identifier of a dvb: URL: the hexadecimal text between its second and third dot
+// (dots at position 0 do not count).
+class FindServiceIdFromDvbUrl {
+public:
+    bool operator()(const std::string& url, unsigned int& serviceId);
+};
 
 // The agent's one road to the host.
 class IssueSrviceRequest : public ServiceRequestIssuer {
@@ -158,12 +220,35 @@ public:
     // Called by the application manager when a browser application starts loading.
     void notifyStartNewApp(const char* url);
 
+    // Channel translation kept beside TranslateChannelData (no operation calls these two).
+    NCOR::ChannelTunerData transformHbbtvChannelInfo2ChannelTunerData(
+        HbbtvServiceRequestChannelInfoAnswer::HbbtvChannelInfo info);
+    NCOR::Broadcast::PlayStateError transformHbbtvTunerState2PlayStateError(HbbtvTunerState state);
+    HbbtvAVComponentInfo::ComponentEncoding transformComponentEncodingString2Enum(std::string name);
+
+    // One configuration text from the host; out is left alone when the host does not answer.
+    void getConfigurationID(HbbtvBackendCommand command, std::string& out);
+    // The decimal value of the digits; ok is cleared (never set) unless the text is four digits.
+    int StringToInt(std::string text, bool& ok);
+    // The service identifier of a dvb: URL with a path, or -1.
+    int extractServiceIDformURL(std::string url);
+
+    // The owned copy of a channel handed in for tuning.
+    void CopyDataToChannelTunerData(const NCOR::ChannelTunerData& channel);
+    NCOR::ChannelTunerData GetChannelTunerDataInstance();
+    void DestroyChannelTunerData();
+    bool CheckTuneChannelType();
+
 private:
     // Sends a plain command record with up to two integers and a plain answer, and waits.
     // Returns the answer for reading (freed when it goes).
     std::unique_ptr<HbbtvServiceRequestAnswer> sendPlainCommand(HbbtvBackendCommand command, int param1 = 0,
                                                                 int param2 = 0);
     android::sp<IChannelManagerClient> channelManagerClient();
+    // Sends a command record with two texts and two integers and a plain answer, and waits.
+    std::unique_ptr<HbbtvServiceRequestAnswer> sendStringCommand(HbbtvBackendCommand command, const std::string& text1,
+                                                                 const std::string& text2, int param1 = 0,
+                                                                 int param2 = 0);
 
     std::atomic<uint32_t> m_ticket; // drawn without a lock, deliberately (see ticket())
     Hbbtv_TVServer* m_tvServer;

@@ -1,11 +1,19 @@
 #include "HostAnswerThread.h"
 
+#include <algorithm>
+#include <cstring>
 #include <utility>
 
 namespace hbbtv_sim {
 
 HostAnswerThread::HostAnswerThread(Decide decide, Fill fill, Complete complete)
-    : m_decide(std::move(decide)), m_fill(std::move(fill)), m_complete(std::move(complete)),
+    : HostAnswerThread(std::move(decide), std::move(fill),
+                       Report([complete](HbbtvCommandPayload* payload) { complete(*payload, payload->ticket); }))
+{
+}
+
+HostAnswerThread::HostAnswerThread(Decide decide, Fill fill, Report report)
+    : m_decide(std::move(decide)), m_fill(std::move(fill)), m_report(std::move(report)),
       m_thread(&HostAnswerThread::run, this)
 {
 }
@@ -20,15 +28,19 @@ HostAnswerThread::~HostAnswerThread()
     m_thread.join();
 }
 
-void HostAnswerThread::post(const HbbtvCommandPayload* payload, HbbtvServiceRequestAnswer* answer)
+void HostAnswerThread::post(const HbbtvCommandPayload* payload, HbbtvServiceRequestAnswer* answer,
+                            size_t payloadBytes)
 {
     // Decided on the issuing thread, as the host would when it takes the request.
     const HostDecision decision = m_decide(*payload);
-    const std::chrono::steady_clock::time_point due =
-        std::chrono::steady_clock::now() + std::chrono::milliseconds(decision.delayMs);
+    const std::chrono::steady_clock::time_point now = std::chrono::steady_clock::now();
+    // The wrapper takes the payload back as a plain pointer: the host returns what it was given.
+    Job job{const_cast<HbbtvCommandPayload*>(payload), PayloadCopy(), answer, decision, now};
+    memcpy(job.request.bytes, payload,
+           std::max(sizeof(HbbtvCommandPayload), std::min(payloadBytes, kMaxPayloadBytes)));
     {
         std::lock_guard<std::mutex> lock(m_mutex);
-        m_jobs.emplace(due, Job{*payload, answer, decision});
+        m_jobs.emplace(now + std::chrono::milliseconds(decision.delayMs), job);
     }
     m_wake.notify_one();
 }
@@ -46,7 +58,7 @@ void HostAnswerThread::run()
             m_wake.wait_until(lock, due);
             continue;
         }
-        const Job job = m_jobs.begin()->second;
+        Job job = m_jobs.begin()->second;
         m_jobs.erase(m_jobs.begin());
         lock.unlock();
         act(job);
@@ -54,22 +66,33 @@ void HostAnswerThread::run()
     }
 }
 
-void HostAnswerThread::act(const Job& job)
+void HostAnswerThread::act(Job& job)
 {
+    HbbtvCommandPayload& copy = job.request.payload();
+    // Once the requester's budget has run out its records may be freed and reused: a host that
+    // keeps to the contract touches neither any more, and reports from its own copy.
+    const bool withinBudget =
+        std::chrono::steady_clock::now() - job.handedOverAt < std::chrono::milliseconds(copy.timeoutMs);
     switch (job.decision.kind) {
     case HostDecision::Answer:
-        m_fill(job.request, *job.answer);
-        m_complete(job.request, job.request.ticket);
+        if (withinBudget) {
+            m_fill(copy, *job.answer);
+        }
+        m_report(withinBudget ? job.handedOver : &copy);
         break;
     case HostDecision::AnswerTwice:
-        m_fill(job.request, *job.answer);
-        m_complete(job.request, job.request.ticket);
-        m_complete(job.request, job.request.ticket);
+        if (withinBudget) {
+            m_fill(copy, *job.answer);
+        }
+        m_report(withinBudget ? job.handedOver : &copy);
+        // The first completion may already have woken the requester, which then frees its records.
+        m_report(&copy);
         break;
     case HostDecision::Never:
         break;
     case HostDecision::UnknownTicket:
-        m_complete(job.request, job.request.ticket + kUnknownTicketOffset);
+        copy.ticket += kUnknownTicketOffset;
+        m_report(&copy);
         break;
     }
 }

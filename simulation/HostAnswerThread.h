@@ -4,7 +4,9 @@
 #ifndef HBBTV_SIM_HOST_ANSWER_THREAD_H
 #define HBBTV_SIM_HOST_ANSWER_THREAD_H
 
+#include <chrono>
 #include <condition_variable>
+#include <cstddef>
 #include <functional>
 #include <map>
 #include <mutex>
@@ -28,35 +30,51 @@ struct HostDecision {
 class HostAnswerThread {
 public:
     typedef std::function<HostDecision(const HbbtvCommandPayload&)> Decide;
+    // Gets a copy of the request as it was handed over, as many bytes as post was told.
     typedef std::function<void(const HbbtvCommandPayload&, HbbtvServiceRequestAnswer&)> Fill;
     typedef std::function<void(const HbbtvCommandPayload&, unsigned int ticket)> Complete;
+    // Reports completion as the host does towards the wrapper: with the payload it was handed for
+    // the first completion of a request still within its budget, with a copy otherwise (a second
+    // completion, an unknown ticket, a request already given up).
+    typedef std::function<void(HbbtvCommandPayload*)> Report;
 
     HostAnswerThread(Decide decide, Fill fill, Complete complete);
+    HostAnswerThread(Decide decide, Fill fill, Report report);
     // Stops the thread; requests not yet acted on are dropped.
     ~HostAnswerThread();
     HostAnswerThread(const HostAnswerThread&) = delete;
     HostAnswerThread& operator=(const HostAnswerThread&) = delete;
 
-    // Takes a request from the issuer and returns at once.
-    void post(const HbbtvCommandPayload* payload, HbbtvServiceRequestAnswer* answer);
+    // Takes a request from the issuer and returns at once. payloadBytes is the size of the
+    // payload's record (a derived record carries strings or channel numbers after the base).
+    void post(const HbbtvCommandPayload* payload, HbbtvServiceRequestAnswer* answer,
+              size_t payloadBytes = sizeof(HbbtvCommandPayload));
 
     static const unsigned int kUnknownTicketOffset = 0x40000000;
+    // The largest payload record there is.
+    static constexpr size_t kMaxPayloadBytes = sizeof(HbbtvCommandPayloadWithChannelIDInfo);
 
 private:
     // The request is copied when it is handed over, so that the host thread never reads a payload
     // that its requester may already have released.
+    struct PayloadCopy {
+        alignas(HbbtvCommandPayloadWithChannelIDInfo) unsigned char bytes[kMaxPayloadBytes];
+        HbbtvCommandPayload& payload() { return *reinterpret_cast<HbbtvCommandPayload*>(bytes); }
+    };
     struct Job {
-        HbbtvCommandPayload request;
+        HbbtvCommandPayload* handedOver;
+        PayloadCopy request;
         HbbtvServiceRequestAnswer* answer;
         HostDecision decision;
+        std::chrono::steady_clock::time_point handedOverAt;
     };
 
     void run();
-    void act(const Job& job);
+    void act(Job& job);
 
     Decide m_decide;
     Fill m_fill;
-    Complete m_complete;
+    Report m_report;
     std::mutex m_mutex;
     std::condition_variable m_wake;
     std::multimap<std::chrono::steady_clock::time_point, Job> m_jobs;

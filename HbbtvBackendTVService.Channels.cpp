@@ -1,0 +1,404 @@
+// Tuning and channels: the host's channel records translated for the browser, tune and bind,
+// the current channel, the channel lineup read from the channel-list pool, suspend and resume,
+// live-in, the channel-manager notifications and the owned copy of a channel handed in for tuning.
+#include <errno.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <new>
+
+#include "HbbtvBackendGlue.MemoryPool.h"
+#include "HbbtvBackendGlue.Util.h"
+#include "HbbtvBackendTVService.h"
+#include "plx_scope_lock.h"
+
+namespace ZR_HBBTV_Core {
+
+namespace {
+
+const char kSourceName[] = "HbbtvBackendTVService";
+
+typedef HbbtvServiceRequestChannelInfoAnswer::HbbtvIDType HostIDType;
+typedef HbbtvServiceRequestChannelInfoAnswer::HbbtvChannelInfo HostChannelInfo;
+
+// What BackendGlueStringBase keeps of an assigned text.
+const uint32_t kRecordTextLimit = 254;
+
+NCOR::Broadcast::ChannelType channelTypeOf(uint32_t hostType)
+{
+    return hostType == 0 || hostType == 1 ? static_cast<NCOR::Broadcast::ChannelType>(hostType)
+                                          : NCOR::Broadcast::TYPE_OTHER;
+}
+
+std::map<HostIDType, NCOR::Broadcast::ChannelIDType> idTypeTable()
+{
+    return map_list_of<HostIDType, NCOR::Broadcast::ChannelIDType>(HbbtvServiceRequestChannelInfoAnswer::ID_ANALOG,
+        NCOR::Broadcast::ID_ANALOG)(HbbtvServiceRequestChannelInfoAnswer::ID_DVB_C, NCOR::Broadcast::ID_DVB_C)(
+        HbbtvServiceRequestChannelInfoAnswer::ID_DVB_S, NCOR::Broadcast::ID_DVB_S)(
+        HbbtvServiceRequestChannelInfoAnswer::ID_DVB_T, NCOR::Broadcast::ID_DVB_T)(
+        HbbtvServiceRequestChannelInfoAnswer::ID_DVB_SI_DIRECT, NCOR::Broadcast::ID_DVB_SI_DIRECT)(
+        HbbtvServiceRequestChannelInfoAnswer::ID_DVB_C2, NCOR::Broadcast::ID_DVB_C2)(
+        HbbtvServiceRequestChannelInfoAnswer::ID_DVB_S2, NCOR::Broadcast::ID_DVB_S2)(
+        HbbtvServiceRequestChannelInfoAnswer::ID_DVB_T2, NCOR::Broadcast::ID_DVB_T2)(
+        HbbtvServiceRequestChannelInfoAnswer::ID_ISDB_C, NCOR::Broadcast::ID_ISDB_C)(
+        HbbtvServiceRequestChannelInfoAnswer::ID_ISDB_S, NCOR::Broadcast::ID_ISDB_S)(
+        HbbtvServiceRequestChannelInfoAnswer::ID_ISDB_T, NCOR::Broadcast::ID_ISDB_T)(
+        HbbtvServiceRequestChannelInfoAnswer::ID_ATSC_T, NCOR::Broadcast::ID_ATSC_T)(
+        HbbtvServiceRequestChannelInfoAnswer::ID_IPTV_SDS, NCOR::Broadcast::ID_IPTV_SDS)(
+        HbbtvServiceRequestChannelInfoAnswer::ID_IPTV_URI, NCOR::Broadcast::ID_IPTV_URI);
+}
+
+void logNotImplemented(const char* operation, int line)
+{
+    printf("\e[0;32;32m[MSG][HbbTV-???]%s pass in\e[0m\n", operation);
+    printf("\e[0;32;31m[ERR][HbbTV-Not implement]%s %s %d\e[0m\n", kSourceName, operation, line);
+    printf("\e[0;32;32m[MSG][HbbTV-???]%s pass out\e[0m\n", operation);
+}
+
+// A channel name in the pool's string area: NUL-terminated, at most 254 characters, and never
+// read past the end of the area, wherever the host's offset points.
+std::string lineupName(const char* strings, size_t stringsSize, uint32_t nameOffset, uint32_t index)
+{
+    if (nameOffset >= stringsSize) {
+        printf("\e[0;32;31m[ERR][HbbTV-???]getChannelList: channel %u name offset %u outside the string area (%u), "
+               "name left empty\e[0m\n",
+            index, nameOffset, static_cast<unsigned int>(stringsSize));
+        return std::string();
+    }
+    char name[255];
+    const size_t room = stringsSize - nameOffset;
+    const size_t length = strnlen(strings + nameOffset, room < kRecordTextLimit ? room : kRecordTextLimit);
+    memcpy(name, strings + nameOffset, length);
+    name[length] = '\0';
+    return name;
+}
+
+} // namespace
+
+// ---------------------------------------------------------------------------------------------
+// Host texts.
+
+std::string hostStoredText(const HbbtvRecordString& text, const char* what)
+{
+    const uint32_t length = text.length();
+    if (length > kRecordTextLimit) {
+        printf("\e[0;32;31m[ERR][HbbTV-???]%s: host text length %u past the record's %u characters, cut\e[0m\n", what,
+            length, kRecordTextLimit);
+        return std::string(text.c_str(), kRecordTextLimit);
+    }
+    return text.storedLengthString();
+}
+
+std::string hostTerminatedText(const HbbtvRecordString& text)
+{
+    return text.terminatedString();
+}
+
+// ---------------------------------------------------------------------------------------------
+// Channel translation.
+
+NCOR::Broadcast::ChannelIDType TranslateChannelData::HbbtvIDType2InteralIDType(HostIDType type)
+{
+    static const std::map<HostIDType, NCOR::Broadcast::ChannelIDType> table = idTypeTable();
+    const std::map<HostIDType, NCOR::Broadcast::ChannelIDType>::const_iterator found = table.find(type);
+    return found != table.end() ? found->second : NCOR::Broadcast::ID_ANALOG;
+}
+
+// The record derives its identifier from its numbers, type and name: it is refreshed after each
+// of them changes, not once at the end.
+void TranslateChannelData::operator()(HostChannelInfo& info, NCOR::ChannelTunerData& channel)
+{
+    channel.setChannelType(channelTypeOf(info.channelType));
+    channel.setOnid(info.channelNumberB);
+    channel.autoUpdateChannelID();
+    channel.setSid(info.channelNumberA);
+    channel.autoUpdateChannelID();
+    channel.setMajorChannel(info.channelNumberD);
+    channel.autoUpdateChannelID();
+    channel.setIdType(HbbtvIDType2InteralIDType(static_cast<HostIDType>(info.idType)));
+    channel.autoUpdateChannelID();
+    channel.setAuthorised((info.invertedFlag & 1) == 0);
+    channel.setName(hostStoredText(info.name, "channel name"));
+    channel.autoUpdateChannelID();
+    channel.setLocked((info.lockFlags & 1) != 0);
+    channel.setChannelIndex(info.extraNumberE);
+    channel.setListID(info.extraNumberF);
+}
+
+NCOR::ChannelTunerData HbbtvBackendTVService::transformHbbtvChannelInfo2ChannelTunerData(HostChannelInfo info)
+{
+    static const std::map<HostIDType, NCOR::Broadcast::ChannelIDType> table = idTypeTable();
+
+    NCOR::ChannelTunerData channel;
+    channel.setChannelType(channelTypeOf(info.channelType));
+    channel.setOnid(info.channelNumberB);
+    channel.autoUpdateChannelID();
+    channel.setTsid(info.channelNumberC);
+    channel.autoUpdateChannelID();
+    channel.setSid(info.channelNumberA);
+    channel.autoUpdateChannelID();
+    channel.setMajorChannel(info.channelNumberD);
+    channel.autoUpdateChannelID();
+    channel.setName(hostStoredText(info.name, "channel name"));
+    channel.autoUpdateChannelID();
+    const bool locked = (info.lockFlags & 1) != 0;
+    channel.setLocked(locked);
+    channel.setChannelIndex(info.extraNumberE);
+    channel.setListID(info.extraNumberF);
+    if (locked) {
+        printf("\e[31m<<***** Channel %d IsLocked ***** %s %s >>%d \e[m\r\n", info.channelNumberD, kSourceName,
+            "transformHbbtvChannelInfo2ChannelTunerData", 1361);
+    }
+    const std::map<HostIDType, NCOR::Broadcast::ChannelIDType>::const_iterator found
+        = table.find(static_cast<HostIDType>(info.idType));
+    if (found == table.end()) {
+        printf("\e[0;32;31m[ERR][HbbTV-???]%s %s %d\e[0m\n", kSourceName, "transformHbbtvChannelInfo2ChannelTunerData",
+            1370);
+        printf("\e[0;32;31m[ERR][HbbTV-???]Undefine HbbtvIDType Type\e[0m\n");
+        channel.setIdType(NCOR::Broadcast::ID_ANALOG);
+    } else {
+        channel.setIdType(found->second);
+    }
+    channel.autoUpdateChannelID();
+    return channel;
+}
+
+NCOR::Broadcast::PlayStateError HbbtvBackendTVService::transformHbbtvTunerState2PlayStateError(HbbtvTunerState state)
+{
+    static const std::map<HbbtvTunerState, NCOR::Broadcast::PlayStateError> table
+        = map_list_of<HbbtvTunerState, NCOR::Broadcast::PlayStateError>(
+            HbbtvTunerState_CannotTune, NCOR::Broadcast::PLAY_ERROR_CANNOT_TUNE)(HbbtvTunerState_CannotChangeChannel,
+            NCOR::Broadcast::PLAY_ERROR_CANNOT_CHANGE_CHANNEL)(HbbtvTunerState_Tuned, NCOR::Broadcast::PLAY_ERROR_NONE);
+    const std::map<HbbtvTunerState, NCOR::Broadcast::PlayStateError>::const_iterator found = table.find(state);
+    if (found == table.end()) {
+        printf(
+            "\e[0;32;31m[ERR][HbbTV-???]%s %s %d\e[0m\n", kSourceName, "transformHbbtvTunerState2PlayStateError", 1428);
+        printf("\e[0;32;31m[ERR][HbbTV-???]Undefine HbbtvTunerState Type\e[0m\n");
+        return NCOR::Broadcast::PLAY_ERROR_UNDEFINED;
+    }
+    return found->second;
+}
+
+// ---------------------------------------------------------------------------------------------
+// Tuning. The first, second and third channel numbers of a tune are sid, onid and the major
+// channel number; the first two are -1 when unknown.
+
+NCOR::Broadcast::PlayStateError HbbtvBackendTVService::tune(const NCOR::ChannelTunerData& channel)
+{
+    std::unique_ptr<HbbtvServiceRequestAnswer> answer = HbbtvServiceRequestAnswer::create();
+    std::unique_ptr<HbbtvCommandPayloadWithChannelIDInfo> payload;
+    if (!channel.getIpBroadcastID().empty() && channel.getSid() == -1 && channel.getOnid() == -1) {
+        const HbbtvRecordString text(channel.getIpBroadcastID().c_str());
+        payload.reset(new HbbtvCommandPayloadWithChannelIDInfo(TunerCommand_TuneTo, text, channel.getMajorChannel()));
+    } else {
+        payload.reset(new HbbtvCommandPayloadWithChannelIDInfo(
+            TunerCommand_TuneTo, channel.getSid(), channel.getOnid(), channel.getMajorChannel()));
+    }
+    sendServiceRequest(payload.get(), answer.get());
+    // Not checked for validity: a request that was not answered reports 0, as the answer was made.
+    return static_cast<NCOR::Broadcast::PlayStateError>(answer->intValue1);
+}
+
+NCOR::Broadcast::PlayStateError HbbtvBackendTVService::bindToCurrentChannel(const NCOR::ChannelTunerData& channel)
+{
+    plx_scope_lock lock(&m_tvSericeMutex,
+        "virtual NCOR::Broadcast::PlayStateError "
+        "ZR_HBBTV_Core::HbbtvBackendTVService::bindToCurrentChannel(const NCOR::ChannelTunerData&)",
+        514);
+    std::unique_ptr<HbbtvServiceRequestAnswer> answer = HbbtvServiceRequestAnswer::create();
+    std::unique_ptr<HbbtvCommandPayloadWithChannelIDInfo> payload(new HbbtvCommandPayloadWithChannelIDInfo(
+        TunerCommand_Bind2CurrentChannel, channel.getSid(), channel.getOnid(), channel.getMajorChannel()));
+    sendServiceRequest(payload.get(), answer.get());
+    return static_cast<NCOR::Broadcast::PlayStateError>(answer->intValue1);
+}
+
+bool HbbtvBackendTVService::getCurrentChannel(NCOR::ChannelTunerData& channel)
+{
+    std::unique_ptr<HbbtvServiceRequestChannelInfoAnswer> answer(new HbbtvServiceRequestChannelInfoAnswer());
+    std::unique_ptr<HbbtvCommandPayload> payload(new HbbtvCommandPayload(TunerCommand_GetCurrentChannelInfo));
+    sendServiceRequest(payload.get(), answer.get());
+    if (answer->valid == 0) {
+        return false;
+    }
+    TranslateChannelData()(answer->channelInfo, channel);
+    return true;
+}
+
+bool HbbtvBackendTVService::getChannelList(std::vector<NCOR::ChannelTunerData*>& channels)
+{
+    HbbtvChannelListPool* const pool = hbbtvBackendChannelListPool();
+    if (pool == nullptr) {
+        return false;
+    }
+    std::unique_ptr<HbbtvServiceRequestChannelsLineupAnswer> answer(new HbbtvServiceRequestChannelsLineupAnswer());
+    std::unique_ptr<HbbtvCommandPayloadWithLineupPool> payload(
+        new HbbtvCommandPayloadWithLineupPool(TunerCommand_RequestChannelsLineup, toWireAddress(pool)));
+    sendServiceRequest(payload.get(), answer.get());
+    if (answer->valid == 0) {
+        return false;
+    }
+
+    // The entry table and the string area are found from the pool's own position, never from the
+    // words the host could have overwritten; the table takes the first half of the data area.
+    // Fetching the pool again rewrites its area size, whatever the host left there.
+    const uint32_t areaSize = hbbtvBackendChannelListPool()->areaSize;
+    unsigned char* const poolStart = reinterpret_cast<unsigned char*>(pool);
+    const unsigned char* const entries = poolStart + sizeof(HbbtvChannelListPool);
+    const char* const strings = reinterpret_cast<const char*>(entries + areaSize / 2);
+    // The data area runs from the end of the four header words to the end of the region.
+    const unsigned char* const areaEnd = poolStart + 4 * sizeof(uint32_t) + areaSize;
+    const size_t stringsSize = static_cast<size_t>(areaEnd - reinterpret_cast<const unsigned char*>(strings));
+    pool->entriesAddress = toWireAddress(entries);
+    pool->stringsAddress = toWireAddress(strings);
+
+    uint32_t count = pool->count;
+    const uint32_t capacity = (areaSize / 2) / sizeof(HbbtvChannelListEntry);
+    if (count > capacity) {
+        printf("\e[0;32;31m[ERR][HbbTV-???]getChannelList: host count %u past the pool's %u entries, cut\e[0m\n", count,
+            capacity);
+        count = capacity;
+    }
+    for (uint32_t i = 0; i < count; ++i) {
+        HbbtvChannelListEntry entry;
+        memcpy(&entry, entries + sizeof(HbbtvChannelListEntry) * i, sizeof(entry));
+        const std::string name = lineupName(strings, stringsSize, entry.nameOffset, i);
+
+        NCOR::ChannelTunerData* const channel = new (std::nothrow) NCOR::ChannelTunerData();
+        if (channel == nullptr) {
+            HbbtvBackendGlue_AssertFail(kSourceName, __PRETTY_FUNCTION__, 408);
+        }
+        channel->setChannelType(channelTypeOf(entry.channelType));
+        channel->autoUpdateChannelID();
+        channel->setOnid(entry.channelID2);
+        channel->autoUpdateChannelID();
+        channel->setSid(entry.channelID1);
+        channel->autoUpdateChannelID();
+        channel->setMajorChannel(entry.channelID3);
+        channel->autoUpdateChannelID();
+        channel->setIdType(TranslateChannelData::HbbtvIDType2InteralIDType(static_cast<HostIDType>(entry.idType)));
+        channel->autoUpdateChannelID();
+        // The host's flag says "not authorised": inverted on purpose.
+        channel->setAuthorised(entry.flagA == 0);
+        channel->setName(name);
+        channel->autoUpdateChannelID();
+        channel->setLocked(entry.flagB != 0);
+        channel->setListID(entry.numberB);
+        channel->setChannelIndex(entry.numberA);
+        channels.push_back(channel);
+    }
+    return true;
+}
+
+void HbbtvBackendTVService::suspendBroadcastService()
+{
+    sendPlainCommand(TunerCommand_SuspendTuner);
+}
+
+void HbbtvBackendTVService::resumeBroadcastService()
+{
+    sendPlainCommand(TunerCommand_ResumeTuner);
+}
+
+bool HbbtvBackendTVService::isBroadcastServiceSuspended()
+{
+    return false;
+}
+
+void HbbtvBackendTVService::leaveLiveIn()
+{
+    sendPlainCommand(TunerCommand_ExitLiveIn);
+}
+
+void HbbtvBackendTVService::returnLiveIn()
+{
+    sendPlainCommand(TunerCommand_ReturnLiveIn);
+}
+
+void HbbtvBackendTVService::getSupportedChannelIDType(std::vector<NCOR::Broadcast::ChannelIDType>& types)
+{
+    types.push_back(NCOR::Broadcast::ID_DVB_C);
+    types.push_back(NCOR::Broadcast::ID_DVB_S);
+    types.push_back(NCOR::Broadcast::ID_DVB_T);
+    types.push_back(NCOR::Broadcast::ID_DVB_SI_DIRECT);
+    types.push_back(NCOR::Broadcast::ID_DVB_C2);
+    types.push_back(NCOR::Broadcast::ID_DVB_S2);
+    types.push_back(NCOR::Broadcast::ID_DVB_T2);
+}
+
+// ---------------------------------------------------------------------------------------------
+// Channel-manager notifications.
+
+void HbbtvBackendTVService::notifyChannelModified(const NCOR::ChannelTunerData& channel)
+{
+    printf("\e[0;32;32m[MSG][HbbTV-APM]%s pass in\e[0m\n", "notifyChannelModified");
+    const android::sp<IChannelManagerClient> client = channelManagerClient();
+    if (client == nullptr) {
+        printf("\e[0;32;31m[ERR][HbbTV-SYS]%s %s %d\e[0m\n", kSourceName, "notifyChannelModified", 1876);
+        printf("\e[0;32;31m[ERR][HbbTV-SYS]m_channelManagerClient is null point\e[0m\n");
+        return;
+    }
+    client->channelModified(channel);
+    printf("\e[0;32;32m[MSG][HbbTV-APM]%s pass out\e[0m\n", "notifyChannelModified");
+}
+
+void HbbtvBackendTVService::notifyAccessToBroadcastResources(bool granted)
+{
+    printf("\e[0;32;32m[MSG][HbbTV-APM]%s pass in\e[0m\n", "notifyAccessToBroadcastResources");
+    const android::sp<IChannelManagerClient> client = channelManagerClient();
+    if (client == nullptr) {
+        printf("\e[0;32;31m[ERR][HbbTV-SYS]%s %s %d\e[0m\n", kSourceName, "notifyAccessToBroadcastResources", 1892);
+        printf("\e[0;32;31m[ERR][HbbTV-SYS]m_channelManagerClient is null point\e[0m\n");
+        return;
+    }
+    client->accessToBroadcastResources(granted);
+    printf("\e[0;32;32m[MSG][HbbTV-APM]%s pass out\e[0m\n", "notifyAccessToBroadcastResources");
+}
+
+void HbbtvBackendTVService::notifyChannelAdded(const NCOR::ChannelTunerData&)
+{
+    logNotImplemented("notifyChannelAdded", 1906);
+}
+
+void HbbtvBackendTVService::notifyChannelRemoved(const NCOR::ChannelTunerData&)
+{
+    logNotImplemented("notifyChannelRemoved", 1913);
+}
+
+// ---------------------------------------------------------------------------------------------
+// The owned channel copy. Unguarded: its users call it from one thread at a time.
+
+void HbbtvBackendTVService::CopyDataToChannelTunerData(const NCOR::ChannelTunerData& channel)
+{
+    // A previous copy is the caller's to destroy first.
+    m_ChannelTunerDataObj = new NCOR::ChannelTunerData();
+    *m_ChannelTunerDataObj = channel;
+}
+
+NCOR::ChannelTunerData HbbtvBackendTVService::GetChannelTunerDataInstance()
+{
+    printf("HBBTV : %s, %d\n", "GetChannelTunerDataInstance", 354);
+    if (m_ChannelTunerDataObj == nullptr) {
+        // The assertion of the C library, kept also where assertions are compiled out.
+        fflush(stdout);
+        fprintf(stderr, "%s: %s:%u: %s: Assertion `%s' failed.\n", program_invocation_short_name, kSourceName, 355u,
+            __PRETTY_FUNCTION__, "m_ChannelTunerDataObj");
+        abort();
+    }
+    return *m_ChannelTunerDataObj;
+}
+
+void HbbtvBackendTVService::DestroyChannelTunerData()
+{
+    if (m_ChannelTunerDataObj != nullptr) {
+        delete m_ChannelTunerDataObj;
+        m_ChannelTunerDataObj = nullptr;
+    }
+}
+
+bool HbbtvBackendTVService::CheckTuneChannelType()
+{
+    return m_ChannelTunerDataObj != nullptr;
+}
+
+} // namespace ZR_HBBTV_Core

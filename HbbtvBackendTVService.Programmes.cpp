@@ -1,0 +1,150 @@
+// Programmes and SI: the present and following programme, a channel's whole schedule and raw SI
+// descriptors, translated into the browser's programme records or byte vectors.
+#include <cstdio>
+#include <new>
+
+#include "HbbtvBackendGlue.MemoryPool.h"
+#include "HbbtvBackendGlue.Util.h"
+#include "HbbtvBackendTVService.h"
+
+namespace ZR_HBBTV_Core {
+
+namespace {
+
+const char kSourceName[] = "HbbtvBackendTVService";
+
+// The host fills some results in place, through a 32-bit address word: on a 64-bit build only the
+// main shared region is sure to lie below 4 GiB, so the result object itself lives there (its
+// elements stay on the heap).
+template <typename T> class SharedRegionObject {
+public:
+    SharedRegionObject()
+    {
+        static_assert(alignof(T) <= 8, "the shared region hands out 8-aligned blocks");
+        void* const block = hbbtvBackendMalloc(sizeof(T));
+        if (block == nullptr) {
+            HbbtvBackendGlue_AssertFail(kSourceName, __PRETTY_FUNCTION__, __LINE__);
+        }
+        m_object = new (block) T();
+    }
+    ~SharedRegionObject()
+    {
+        m_object->~T();
+        hbbtvBackendMfree(m_object);
+    }
+    SharedRegionObject(const SharedRegionObject&) = delete;
+    SharedRegionObject& operator=(const SharedRegionObject&) = delete;
+
+    T& operator*() { return *m_object; }
+    T* operator->() { return m_object; }
+    uint32_t wireAddress() const { return toWireAddress(m_object); }
+
+private:
+    T* m_object;
+};
+
+} // namespace
+
+void ProgrammeInfoTranslator::operator()(
+    HbbtvServiceRequestProgramInfoAnswer::HbbtvProgramInfo& info, NCOR::ProgrammeData& programme)
+{
+    programme.setName(hostStoredText(info.text1, "programme name"));
+    programme.setDescription(hostStoredText(info.text2, "programme description"));
+    programme.setProgrammeID(hostStoredText(info.text4, "programme identifier"));
+    programme.setStartTime(static_cast<double>(info.time1));
+    programme.setDuration(static_cast<double>(info.time2));
+}
+
+// The present programme (param1 1) and then the following one (param1 0): at most two, in that
+// order. What the vector held before is the caller's.
+void HbbtvBackendTVService::getProgrammes(std::vector<NCOR::ProgrammeData*>& programmes)
+{
+    programmes.clear();
+    const int which[] = { 1, 0 };
+    for (int present : which) {
+        std::unique_ptr<HbbtvServiceRequestProgramInfoAnswer> answer = HbbtvServiceRequestProgramInfoAnswer::create();
+        std::unique_ptr<HbbtvCommandPayload> payload(
+            new HbbtvCommandPayload(ProgrammeCommand_GetProgrammeInfo, present, 0));
+        sendServiceRequest(payload.get(), answer.get());
+        if (answer->valid == 0) {
+            continue;
+        }
+        NCOR::ProgrammeData* const programme = new (std::nothrow) NCOR::ProgrammeData();
+        if (programme == nullptr) {
+            HbbtvBackendGlue_AssertFail(kSourceName, __PRETTY_FUNCTION__, 617);
+        }
+        ProgrammeInfoTranslator()(answer->programInfo, *programme);
+        programmes.push_back(programme);
+    }
+}
+
+// Returns whether the host answered; the programmes it listed are appended, owned by the caller.
+bool HbbtvBackendTVService::getAllProgrammesForChannel(
+    const NCOR::ChannelTunerData& channel, std::vector<NCOR::ProgrammeData*>& programmes)
+{
+    printf("\e[0;32;32m[MSG][HbbTV-APM]%s pass in\e[0m\n", "getAllProgrammesForChannel");
+    SharedRegionObject<std::vector<HbbtvEPGInformation>> schedule;
+    bool answered = false;
+    {
+        std::unique_ptr<HbbtvServiceRequestAnswer> answer = HbbtvServiceRequestAnswer::create();
+        std::unique_ptr<HbbtvCommandPayloadWithStrParams> payload = HbbtvCommandPayloadWithStrParams::create(
+            ProgrammeCommand_GetAllProgrammeInfo, HbbtvRecordString(), HbbtvRecordString(), 0, 0);
+        payload->resultAddress = schedule.wireAddress();
+        sendServiceRequest(payload.get(), answer.get());
+        answered = answer->valid != 0;
+    }
+    if (answered) {
+        for (const HbbtvEPGInformation& event : *schedule) {
+            std::unique_ptr<NCOR::ProgrammeData> programme(new NCOR::ProgrammeData());
+            std::unique_ptr<NCOR::ParentalRatingData> rating(new NCOR::ParentalRatingData());
+            programme->setStartTime(static_cast<double>(event.word1));
+            programme->setDuration(static_cast<double>(event.word3));
+            programme->setName(event.text1);
+            programme->setChannelID(channel.getChannelID());
+            programme->setDescription(event.text2);
+            programme->setLongDescription(event.text3);
+            programme->setEpisode(event.value16);
+            programme->setProgrammeID(event.text5);
+            programme->setProgrammeIDType(event.byte0);
+            programme->setHasSubtitles(event.byte1);
+            programme->setIsHD(event.byte2);
+            programme->setAudioType(event.byte3);
+            programme->addGenre(event.text4);
+            // Ratings 0 to 2 mean no rating: the record keeps its default, but is there all the same.
+            if (event.parentalRating > 2) {
+                rating->setValue(event.parentalRating);
+            }
+            programme->addParentalRating(rating.release());
+            programmes.push_back(programme.get());
+            programme.release();
+        }
+    }
+    printf("\e[0;32;32m[MSG][HbbTV-APM]%s pass out\e[0m\n", "getAllProgrammesForChannel");
+    return answered;
+}
+
+// The host selects the descriptors; they are passed on as they come.
+void HbbtvBackendTVService::getSIDescriptors(const std::string& programmeID, NCOR::EIT::DescriptorTag tag,
+    NCOR::EIT::ExtensionDescriptorTag extensionTag, std::vector<std::vector<unsigned char>>& descriptors)
+{
+    printf("\e[0;32;32m[MSG][HbbTV-BC]%s pass in\e[0m\n", "getSIDescriptors");
+    SharedRegionObject<std::vector<std::vector<unsigned char>>> found;
+    bool answered = false;
+    {
+        std::unique_ptr<HbbtvServiceRequestAnswer> answer = HbbtvServiceRequestAnswer::create();
+        std::unique_ptr<HbbtvCommandPayloadWithStrParams> payload
+            = HbbtvCommandPayloadWithStrParams::create(ProgrammeCommand_GetSIDescriptors,
+                HbbtvRecordString(programmeID.c_str()), HbbtvRecordString(), tag, extensionTag);
+        payload->resultAddress = found.wireAddress();
+        sendServiceRequest(payload.get(), answer.get());
+        answered = answer->valid != 0;
+    }
+    if (answered && !found->empty()) {
+        for (size_t i = 0; i < found->size(); ++i) {
+            descriptors.push_back(found->at(i));
+        }
+    }
+    printf("\e[0;32;32m[MSG][HbbTV-BC]%s pass out\e[0m\n", "getSIDescriptors");
+}
+
+} // namespace ZR_HBBTV_Core

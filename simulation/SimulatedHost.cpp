@@ -1,0 +1,353 @@
+#include "SimulatedHost.h"
+
+#include <cstring>
+#include <utility>
+
+namespace hbbtv_sim {
+
+PayloadRecord payloadRecordOf(int command)
+{
+    switch (command) {
+    case TunerCommand_AddStreamEvent:
+    case TunerCommand_RemoveStreamEvent:
+    case TunerCommand_StartNewApplication:
+    case DSMCC_DVBURL_GetFile:
+    case Recordingcommand_CanScheduleRecordings:
+    case ProgrammeCommand_GetAllProgrammeInfo:
+    case ProgrammeCommand_GetSIDescriptors:
+    case ConfigCommand_GetAudioDescription:
+    case PVRCommand_ScheduleRecording:
+    case PVRCommand_GetRecordings:
+    case PVRCommand_RemoveRecording:
+    case ReminderCommand_IsReminderSupported:
+    case ReminderCommand_CanScheduleReminders:
+    case ReminderCommand_ScheduleReminder:
+    case ReminderCommand_RemoveReminder:
+    case ReminderCommand_GetReminders:
+        return PayloadRecord::WithStrParams;
+    case TunerCommand_TuneTo:
+    case TunerCommand_Bind2CurrentChannel:
+        return PayloadRecord::WithChannelIDInfo;
+    case TunerCommand_RequestChannelsLineup:
+        return PayloadRecord::WithLineupPool;
+    default:
+        return PayloadRecord::Base;
+    }
+}
+
+size_t payloadRecordSize(int command)
+{
+    switch (payloadRecordOf(command)) {
+    case PayloadRecord::WithStrParams:
+        return sizeof(HbbtvCommandPayloadWithStrParams);
+    case PayloadRecord::WithChannelIDInfo:
+        return sizeof(HbbtvCommandPayloadWithChannelIDInfo);
+    case PayloadRecord::WithLineupPool:
+        return sizeof(HbbtvCommandPayloadWithLineupPool);
+    case PayloadRecord::Base:
+        break;
+    }
+    return sizeof(HbbtvCommandPayload);
+}
+
+size_t answerRecordSize(int command)
+{
+    switch (command) {
+    case TunerCommand_GetAVInfo:
+        return sizeof(HbbtvServiceRequestAVInfoAnswer);
+    case TunerCommand_GetCurrentChannelInfo:
+        return sizeof(HbbtvServiceRequestChannelInfoAnswer);
+    case TunerCommand_RequestChannelsLineup:
+        return sizeof(HbbtvServiceRequestChannelsLineupAnswer);
+    case DSMCC_DVBURL_GetFile:
+        return sizeof(HbbtvServiceRequestDvbResourceMountAnswer);
+    case ProgrammeCommand_GetProgrammeInfo:
+        return sizeof(HbbtvServiceRequestProgramInfoAnswer);
+    default:
+        return sizeof(HbbtvServiceRequestAnswer);
+    }
+}
+
+ReceivedRequest readRequest(const HbbtvCommandPayload& payload)
+{
+    ReceivedRequest request;
+    request.record = payloadRecordOf(payload.command);
+    request.command = payload.command;
+    request.param1 = payload.param1;
+    request.param2 = payload.param2;
+    request.ticket = payload.ticket;
+    request.timeoutMs = payload.timeoutMs;
+    request.resultAddress = payload.resultAddress;
+    request.receivedAt = std::chrono::steady_clock::now();
+    if (request.record == PayloadRecord::WithStrParams || request.record == PayloadRecord::WithChannelIDInfo) {
+        const auto& strings = static_cast<const HbbtvCommandPayloadWithStrParams&>(payload);
+        request.strParam1 = strings.strParam1.terminatedString();
+        request.strParam2 = strings.strParam2.terminatedString();
+    }
+    if (request.record == PayloadRecord::WithChannelIDInfo) {
+        const auto& channel = static_cast<const HbbtvCommandPayloadWithChannelIDInfo&>(payload);
+        request.byString = channel.byString;
+        request.channelID1 = channel.channelID1;
+        request.channelID2 = channel.channelID2;
+        request.channelID3 = channel.channelID3;
+    }
+    if (request.record == PayloadRecord::WithLineupPool) {
+        request.poolAddress = static_cast<const HbbtvCommandPayloadWithLineupPool&>(payload).poolAddress;
+    }
+    return request;
+}
+
+SimulatedHost::SimulatedHost(ZR_HBBTV_Core::ZR_HbbtvImplInterface* wrapper)
+    : m_writer(&SimulatedHost::writeDefaultAnswer), m_random(1), m_wrapper(wrapper)
+{
+    m_answers.reset(new HostAnswerThread(
+        [this](const HbbtvCommandPayload& request) { return decide(request); },
+        [this](const HbbtvCommandPayload& request, HbbtvServiceRequestAnswer& answer) { fill(request, answer); },
+        HostAnswerThread::Report([this](HbbtvCommandPayload* payload) { report(payload); })));
+}
+
+SimulatedHost::~SimulatedHost()
+{
+    m_answers.reset();
+}
+
+void SimulatedHost::setWrapper(ZR_HBBTV_Core::ZR_HbbtvImplInterface* wrapper)
+{
+    std::lock_guard<std::mutex> lock(m_completionMutex);
+    m_wrapper = wrapper;
+}
+
+void SimulatedHost::setCompletionSink(CompletionSink sink)
+{
+    std::lock_guard<std::mutex> lock(m_completionMutex);
+    m_sink = std::move(sink);
+}
+
+void SimulatedHost::setDecision(HostDecision decision)
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_decision = decision;
+}
+
+void SimulatedHost::setDecisionFor(int command, HostDecision decision)
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_decisionFor[command] = decision;
+}
+
+void SimulatedHost::setDecider(Decide decide)
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_decider = std::move(decide);
+}
+
+void SimulatedHost::setAnswerWriter(AnswerWriter writer)
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_writer = writer ? std::move(writer) : AnswerWriter(&SimulatedHost::writeDefaultAnswer);
+}
+
+void SimulatedHost::setAnswerWriterFor(int command, AnswerWriter writer)
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    if (writer) {
+        m_writerFor[command] = std::move(writer);
+    } else {
+        m_writerFor.erase(command);
+    }
+}
+
+void SimulatedHost::setGarbageAnswers(bool on, uint32_t seed)
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_garbage = on;
+    m_random.seed(seed);
+}
+
+void SimulatedHost::writeDefaultAnswer(const HbbtvCommandPayload&, HbbtvServiceRequestAnswer& answer)
+{
+    answer.valid = 1;
+    answer.intValue1 = 0;
+}
+
+HostDecision SimulatedHost::decide(const HbbtvCommandPayload& request)
+{
+    Decide decider;
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        if (!m_decider) {
+            const auto it = m_decisionFor.find(request.command);
+            return it != m_decisionFor.end() ? it->second : m_decision;
+        }
+        decider = m_decider;
+    }
+    return decider(request);
+}
+
+void SimulatedHost::fill(const HbbtvCommandPayload& request, HbbtvServiceRequestAnswer& answer)
+{
+    AnswerWriter writer;
+    std::vector<unsigned char> noise;
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        if (m_garbage) {
+            noise.resize(answerRecordSize(request.command));
+            for (unsigned char& byte : noise) {
+                byte = static_cast<unsigned char>(m_random());
+            }
+        } else {
+            const auto it = m_writerFor.find(request.command);
+            writer = it != m_writerFor.end() ? it->second : m_writer;
+        }
+    }
+    if (!noise.empty()) {
+        memcpy(reinterpret_cast<unsigned char*>(&answer), noise.data(), noise.size());
+        answer.valid = 1;
+        return;
+    }
+    writer(request, answer);
+}
+
+void SimulatedHost::report(HbbtvCommandPayload* payload)
+{
+    {
+        std::lock_guard<std::mutex> lock(m_completionMutex);
+        if (m_sink) {
+            m_sink(payload);
+        } else if (m_wrapper != nullptr) {
+            m_wrapper->notifyHbbtvServiceRequestFinished(payload);
+        }
+    }
+    std::lock_guard<std::mutex> lock(m_mutex);
+    ++m_record.completionsReported;
+    m_changed.notify_all();
+}
+
+void SimulatedHost::HBBTV_CommandHandler(void* command)
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_record.commands.push_back(command);
+    m_changed.notify_all();
+}
+
+void SimulatedHost::HBBTV_ServiceRequestHandler(void* payload, void* answer)
+{
+    if (payload == nullptr || answer == nullptr) {
+        return;
+    }
+    const HbbtvCommandPayload* request = static_cast<const HbbtvCommandPayload*>(payload);
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        m_record.requests.push_back(readRequest(*request));
+        m_changed.notify_all();
+    }
+    m_answers->post(request, static_cast<HbbtvServiceRequestAnswer*>(answer), payloadRecordSize(request->command));
+}
+
+void SimulatedHost::HBBTV_HeartBeatNotification()
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    ++m_record.heartbeats;
+    m_changed.notify_all();
+}
+
+void SimulatedHost::HBBTV_LoadingNotification(int progress, const char* url)
+{
+    LoadingReport report;
+    report.progress = progress;
+    report.hasUrl = url != nullptr;
+    report.url = url != nullptr ? url : "";
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_record.loading.push_back(report);
+    m_changed.notify_all();
+}
+
+void SimulatedHost::HBBTV_BrowserDiedNotification()
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    ++m_record.browserDied;
+    m_changed.notify_all();
+}
+
+void SimulatedHost::HBBTV_NotifyUserAppCreated(int windowId, int appId)
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_record.userAppCreated.emplace_back(windowId, appId);
+    m_changed.notify_all();
+}
+
+void SimulatedHost::HBBTV_DelegateAction(void (*action)(void*), void* argument)
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_record.delegatedActions.push_back(DelegatedAction{action, argument});
+    m_changed.notify_all();
+}
+
+void SimulatedHost::HBBTV_ReportIsAnyAppRunning(bool running)
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_record.anyAppRunning.push_back(running);
+    m_changed.notify_all();
+}
+
+void SimulatedHost::HBBTV_NotifyMultimediaAudioComponentDataChanged(
+    const std::vector<HbbtvMultimediaComponentData>& components, int value)
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_record.components.push_back(ComponentReport{true, components, value});
+    m_changed.notify_all();
+}
+
+void SimulatedHost::HBBTV_NotifyMultimediaSubtitleComponentDataChanged(
+    const std::vector<HbbtvMultimediaComponentData>& components, int value)
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_record.components.push_back(ComponentReport{false, components, value});
+    m_changed.notify_all();
+}
+
+HostRecord SimulatedHost::record() const
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    return m_record;
+}
+
+void SimulatedHost::clearRecord()
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_record = HostRecord();
+}
+
+template <typename Reached>
+bool SimulatedHost::waitFor(Reached reached, std::chrono::milliseconds timeout) const
+{
+    std::unique_lock<std::mutex> lock(m_mutex);
+    return m_changed.wait_for(lock, timeout, [&] { return reached(m_record); });
+}
+
+bool SimulatedHost::waitForRequests(size_t count, std::chrono::milliseconds timeout) const
+{
+    return waitFor([count](const HostRecord& r) { return r.requests.size() >= count; }, timeout);
+}
+
+bool SimulatedHost::waitForCompletions(unsigned int count, std::chrono::milliseconds timeout) const
+{
+    return waitFor([count](const HostRecord& r) { return r.completionsReported >= count; }, timeout);
+}
+
+bool SimulatedHost::waitForBrowserDied(unsigned int count, std::chrono::milliseconds timeout) const
+{
+    return waitFor([count](const HostRecord& r) { return r.browserDied >= count; }, timeout);
+}
+
+bool SimulatedHost::waitForLoading(size_t count, std::chrono::milliseconds timeout) const
+{
+    return waitFor([count](const HostRecord& r) { return r.loading.size() >= count; }, timeout);
+}
+
+bool SimulatedHost::waitForAnyAppRunning(size_t count, std::chrono::milliseconds timeout) const
+{
+    return waitFor([count](const HostRecord& r) { return r.anyAppRunning.size() >= count; }, timeout);
+}
+
+} // namespace hbbtv_sim

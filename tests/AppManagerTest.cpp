@@ -1,0 +1,309 @@
+// The application manager's operations through the wrapper, with the simulated host and browser:
+// AIT and applications, keys, windows and page loads, broadcast events, media components.
+#include <chrono>
+#include <cstdio>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "SimulatedBrowser.h"
+#include "SimulatedHost.h"
+#include "ZR_HbbtvImplInterface.h"
+
+using hbbtv_sim::KeyEvent;
+using hbbtv_sim::KeyReply;
+using std::chrono::milliseconds;
+using ZR_HBBTV_Core::ZR_HbbtvImplInterface;
+
+namespace {
+
+const milliseconds kWait(5000);
+
+struct Television {
+    hbbtv_sim::SimulatedHost host;
+    hbbtv_sim::SimulatedBrowser browser;
+    ZR_HbbtvImplInterface* wrapper = CreateHbbtvWrapper();
+
+    // Binds to the browser; the browser registers its clients unless told not to.
+    explicit Television(bool registerClients = true)
+    {
+        host.setWrapper(wrapper);
+        wrapper->init(&host);
+        EXPECT_TRUE(browser.publish());
+        EXPECT_TRUE(wrapper->launchBrowser());
+        if (registerClients) {
+            EXPECT_TRUE(browser.registerClients());
+        }
+    }
+    ~Television()
+    {
+        host.setWrapper(nullptr);
+        DestroyHbbtvWrapper(wrapper);
+    }
+};
+
+ZR_HBBTV_Core::AITApp application(uint32_t organisation, uint16_t id, const std::string& location,
+                                  std::vector<ZR_HBBTV_Core::AITTransport> transports)
+{
+    ZR_HBBTV_Core::AITApp app;
+    app.controlCode = 1;
+    app.visibility = 3;
+    app.priority = 5;
+    app.serviceBound = 1;
+    app.organisationId = organisation;
+    app.applicationId = id;
+    app.name = "app";
+    app.location = location;
+    app.transports = std::move(transports);
+    app.boundaries = {"http://a.example/"};
+    return app;
+}
+
+std::string captured(const std::function<void()>& action)
+{
+    fflush(stdout);
+    testing::internal::CaptureStdout();
+    action();
+    fflush(stdout);
+    return testing::internal::GetCapturedStdout();
+}
+
+} // namespace
+
+TEST(AppManager, AitBecomesOneDescriptionPerApplicationAndTransport)
+{
+    Television tv;
+    ZR_HBBTV_Core::AITApps apps;
+    apps.apps.push_back(application(0x10, 7, "index.html", {{3, "http://a.example/"}, {1, "dvb://1.2.3.4/"}}));
+    apps.apps.push_back(application(0x11, 8, "x.html", {}));
+    apps.count = 42;
+    EXPECT_TRUE(tv.wrapper->newAITNotification(9, apps));
+
+    const hbbtv_sim::AITSignallingRecord record = tv.browser.aitSignallingClient()->record();
+    ASSERT_EQ(1u, record.newAITs.size());
+    EXPECT_EQ(9u, record.newAITs[0].aitVersion);
+    EXPECT_EQ(42, record.newAITs[0].count);
+    const std::vector<NCOR::AITApplicationDescriptorData>& descriptions = record.newAITs[0].applications;
+    ASSERT_EQ(2u, descriptions.size());
+    EXPECT_EQ("http://a.example/index.html", descriptions[0].getUrl());
+    EXPECT_EQ("dvb://1.2.3.4/index.html", descriptions[1].getUrl());
+    EXPECT_EQ(1u, descriptions[1].getProtocolId());
+    EXPECT_EQ(0x10u, descriptions[0].getOrgId());
+    EXPECT_EQ(7, descriptions[0].getAppId());
+    EXPECT_EQ(1u, descriptions[0].getControlCode());
+    EXPECT_EQ(3, descriptions[0].getVisibility());
+    EXPECT_EQ(5, descriptions[0].getPriority());
+    EXPECT_EQ(0u, descriptions[0].getProfile());
+    EXPECT_EQ(0x10201u, descriptions[0].getVersion());
+    EXPECT_EQ(1, descriptions[0].getServiceBound());
+    EXPECT_EQ(std::vector<std::string>{"http://a.example/"}, descriptions[0].getBoundaries());
+
+    tv.wrapper->noAITNotification(4);
+    EXPECT_EQ(std::vector<unsigned short>{4}, tv.browser.aitSignallingClient()->record().noAITs);
+}
+
+TEST(AppManager, AitWithoutTheBrowsersClientIsRefused)
+{
+    Television tv(false);
+    ZR_HBBTV_Core::AITApps apps;
+    apps.count = 0;
+    EXPECT_FALSE(tv.wrapper->newAITNotification(1, apps));
+    EXPECT_EQ("[ZR_HBBTV]: m_channelManagerClient is null\n", captured([&] { tv.wrapper->noAITNotification(1); }));
+}
+
+TEST(AppManager, UserApplicationsOpenAndCloseInWindows)
+{
+    Television tv;
+    EXPECT_EQ(1, tv.wrapper->prepareCreateApplication());
+    EXPECT_EQ(2, tv.wrapper->prepareCreateApplication());
+    EXPECT_EQ(3, tv.wrapper->prepareCreateApplication());
+    EXPECT_EQ(-1, tv.wrapper->createApplication(9, "http://never/", ""));
+    EXPECT_TRUE(tv.browser.service()->record().createdWindows.empty());
+
+    EXPECT_EQ(2, tv.wrapper->createApplication(2, "http://app/", "extra"));
+    const std::vector<hbbtv_sim::CreatedWindow> created = tv.browser.service()->record().createdWindows;
+    ASSERT_EQ(1u, created.size());
+    EXPECT_EQ("http://app/", created[0].url);
+    EXPECT_EQ(-1, created[0].x);
+    EXPECT_EQ(-1, created[0].height);
+    const YXTWindowSettings& settings = created[0].settings;
+    EXPECT_EQ((std::vector<int>{1, 1, 1, 0, 1, 1}), (std::vector<int>{settings.flag1, settings.flag2, settings.flag3,
+                                                                      settings.flag4, settings.flag5, settings.flag6}));
+    EXPECT_FLOAT_EQ(1.0f, settings.scale);
+    EXPECT_EQ("extra", settings.extra);
+
+    // The broadcast application's window 1 survives killCurrentApp; the others close.
+    tv.browser.service()->addWindow(1, "http://broadcast/");
+    tv.browser.service()->addWindow(5, "http://other/");
+    tv.wrapper->killCurrentApp();
+    EXPECT_EQ(std::vector<int>{1}, tv.browser.service()->record().openWindows);
+
+    tv.browser.service()->setNextWindowId(7);
+    EXPECT_EQ(3, tv.wrapper->createApplication(3, "http://app3/", ""));
+    tv.wrapper->closeUserCreatedApps();
+    EXPECT_EQ(std::vector<int>{1}, tv.browser.service()->record().openWindows);
+    EXPECT_EQ(-1, tv.wrapper->createApplication(3, "http://app3/", "")); // forgotten
+    EXPECT_TRUE(tv.wrapper->isAppAlive(12345));
+}
+
+TEST(AppManager, KeyCountsAsConsumedWhenEitherEventWas)
+{
+    Television tv;
+    const int red = 398;
+    // Press consumed, release not: consumed.
+    tv.browser.service()->setKeyReplier([](const KeyEvent& event) { return KeyReply{true, event.pressed == 1, 0}; });
+    EXPECT_TRUE(tv.wrapper->keyClick(red));
+    // The release answered first, not consumed: the press's late answer finds its entry gone.
+    tv.browser.service()->setKeyReplier([](const KeyEvent& event) {
+        return KeyReply{true, event.pressed == 1, event.pressed == 1 ? 100u : 0u};
+    });
+    std::string out = captured([&] {
+        EXPECT_FALSE(tv.wrapper->keyClick(red));
+        ASSERT_TRUE(tv.browser.service()->waitForKeyAnswers(4, kWait));
+    });
+    const std::vector<hbbtv_sim::KeyEvent> events = tv.browser.service()->record().keyEvents;
+    ASSERT_EQ(4u, events.size());
+    EXPECT_EQ(0, events[0].eventId % 2); // presses even, releases odd
+    EXPECT_EQ(1, events[0].pressed);
+    EXPECT_EQ(0, events[1].pressed);
+    EXPECT_NE(std::string::npos, out.find("Browser cant realize this key : " + std::to_string(events[2].eventId)));
+
+    // A negative odd id is taken as a press: unknown, logged, nothing changes.
+    out = captured([&] { tv.browser.service()->client()->notifyKeyEventConsumed(-1, true); });
+    EXPECT_EQ("Browser cant realize this key : -1\n", out);
+}
+
+TEST(AppManager, WindowsAndLoadsReachTheHost)
+{
+    Television tv;
+    tv.browser.notifyNewWindow(3);
+    tv.browser.notifyNewWindow(3);
+    tv.browser.notifyNewWindow(4);
+    tv.browser.notifyWindowClosed(3);
+    tv.browser.notifyWindowClosed(4);
+    EXPECT_EQ((std::vector<bool>{true, true, true, true, false}), tv.host.record().anyAppRunning);
+
+    tv.browser.notifyLoadStarted(1, "http://ignored/"); // ids below 2 are the browser's own
+    tv.browser.notifyLoadProgress(0, 50);
+    EXPECT_TRUE(tv.host.record().loading.empty());
+
+    tv.browser.notifyLoadStarted(5, "http://page/");
+    tv.browser.notifyLoadProgress(5, 50);
+    tv.browser.notifyLoadProgress(5, 120);
+    tv.browser.notifyLoadProgress(5, 30);
+    tv.browser.notifyLoadComplete(5);
+    tv.browser.notifyInitialLayoutCompleted(5);
+    tv.browser.notifyInitialLayoutCompleted(6);
+    std::vector<int> progress;
+    for (const hbbtv_sim::LoadingReport& report : tv.host.record().loading) {
+        progress.push_back(report.progress);
+    }
+    EXPECT_EQ((std::vector<int>{0, 50, 100, 100, 100}), progress);
+    EXPECT_FALSE(tv.host.record().loading.back().hasUrl);
+
+    // Completing load 25 keeps the ten ids below it; completing an older one empties the tracker.
+    for (int id = 10; id <= 25; ++id) {
+        tv.browser.notifyLoadStarted(id, "http://p" + std::to_string(id) + "/");
+    }
+    tv.browser.notifyLoadComplete(25);
+    const size_t before = tv.host.record().loading.size();
+    tv.browser.notifyLoadProgress(14, 10); // pruned
+    tv.browser.notifyLoadProgress(15, 10); // kept
+    EXPECT_EQ(before + 1, tv.host.record().loading.size());
+    tv.browser.notifyLoadComplete(12);
+    tv.browser.notifyLoadProgress(20, 10);
+    EXPECT_EQ(before + 1, tv.host.record().loading.size());
+}
+
+TEST(AppManager, BroadcastEventsReachTheBrowsersClients)
+{
+    Television tv;
+    tv.wrapper->notifyChannelChanged(1, 2, 3);
+    tv.wrapper->notifyProgrammeChanged(4, 5, 6);
+    tv.wrapper->notifyTunerPlundered();
+    tv.wrapper->notifySignalLost();
+    tv.wrapper->tunerStopped(true);
+    tv.wrapper->tunerStopped(false);
+    const hbbtv_sim::ChannelManagerRecord channels = tv.browser.channelManagerClient()->record();
+    ASSERT_EQ(1u, channels.channelChanges.size());
+    EXPECT_EQ(1, channels.channelChanges[0].first.getOnid());
+    EXPECT_EQ(2, channels.channelChanges[0].first.getSid());
+    EXPECT_EQ(3, channels.channelChanges[0].first.getMajorChannel());
+    EXPECT_EQ(101, channels.channelChanges[0].second);
+    EXPECT_EQ(1u, channels.programmeChanges);
+    EXPECT_EQ((std::vector<int>{11, 1}), channels.tunerStates);
+    EXPECT_EQ((std::vector<int>{101, 101}), channels.tunerStops);
+
+    tv.wrapper->notifyStreamEvent("dvb://1.2.3", "event", "data", "trigger");
+    tv.wrapper->notifyStreamEvent("dvb://1.2.3", "event", "data", "");
+    const std::vector<StreamEventData> events = tv.browser.dsmccClient()->record().streamEvents;
+    ASSERT_EQ(2u, events.size());
+    EXPECT_EQ("dvb://1.2.3", events[0].url);
+    EXPECT_EQ(0, events[0].notTrigger);
+    EXPECT_EQ(1, events[1].notTrigger);
+
+    tv.wrapper->notifyLocaleChanged("de_DE");
+    tv.wrapper->notifyTimezoneChanged("Europe/Berlin");
+    tv.wrapper->notifyLocaleChanged(nullptr);
+    EXPECT_EQ((std::vector<std::pair<std::string, std::string>>{{"LANG", "de_DE"}, {"TZ", "Europe/Berlin"}}),
+              tv.browser.service()->record().browserEnv);
+}
+
+TEST(AppManager, WithoutAChannelManagerTheTunerStopClosesWindows)
+{
+    Television tv(false);
+    tv.browser.service()->addWindow(1, "http://one/");
+    tv.browser.service()->addWindow(3, "http://three/");
+    tv.browser.notifyNewWindow(1);
+    tv.browser.notifyNewWindow(3);
+    tv.browser.notifyNewWindow(8); // the browser no longer has it
+    const std::string out = captured([&] { tv.wrapper->tunerStopped(false); });
+    EXPECT_EQ("[ZR_HBBTV]: m_channelManagerClient is null\n[ZR_HBBTV]: request close window: 1\n"
+              "[ZR_HBBTV]: request close window: 3\n",
+              out);
+    EXPECT_TRUE(tv.browser.service()->record().openWindows.empty());
+    EXPECT_EQ("[ZR_HBBTV]: notifySignalLost(): m_channelManagerClient is null\n",
+              captured([&] { tv.wrapper->notifySignalLost(); }));
+}
+
+TEST(AppManager, MediaComponentsTravelBothWays)
+{
+    Television tv;
+    MultimediaComponentData audio;
+    audio.kind = 7;
+    audio.text1 = "deu";
+    audio.text2 = "AAC";
+    audio.value1 = 1;
+    audio.flag = true;
+    audio.value2 = 2;
+    audio.value3 = 3;
+    audio.trailingFlag = true;
+    tv.browser.notifyAudioComponentsChanged({audio}, 5);
+    tv.browser.notifySubtitleComponentsChanged({}, 6);
+    const std::vector<hbbtv_sim::ComponentReport> reports = tv.host.record().components;
+    ASSERT_EQ(2u, reports.size());
+    EXPECT_TRUE(reports[0].audio);
+    EXPECT_EQ(5, reports[0].value);
+    ASSERT_EQ(1u, reports[0].components.size());
+    const HbbtvMultimediaComponentData& host = reports[0].components[0];
+    EXPECT_EQ("deu", host.text1);
+    EXPECT_EQ("AAC", host.text2);
+    EXPECT_EQ((std::vector<uint32_t>{1, 2, 3}), (std::vector<uint32_t>{host.value1, host.value2, host.value3}));
+    EXPECT_TRUE(host.flag);
+    EXPECT_FALSE(reports[1].audio);
+    EXPECT_TRUE(reports[1].components.empty());
+
+    tv.wrapper->selectMMSubtitleComponent(HbbtvMultimediaComponentData{"eng", "dvb", 4, false, 5, 6});
+    tv.wrapper->forceReleaseMMResource();
+    const hbbtv_sim::BrowserServiceRecord browser = tv.browser.service()->record();
+    ASSERT_EQ(1u, browser.componentSelections.size());
+    const hbbtv_sim::ComponentSelection& chosen = browser.componentSelections[0];
+    EXPECT_FALSE(chosen.audio);
+    EXPECT_EQ(1, chosen.component.kind);
+    EXPECT_FALSE(chosen.component.trailingFlag);
+    EXPECT_EQ("eng", chosen.component.text1);
+    EXPECT_EQ(5u, chosen.component.value2);
+    EXPECT_EQ(6u, chosen.value);
+    EXPECT_EQ(1u, browser.mmResourceReleases);
+}

@@ -1,0 +1,203 @@
+// AV components and media profiles through the TV service, against the simulated host.
+#include <cstring>
+
+#include <gtest/gtest.h>
+
+#include "support/TVServiceHarness.h"
+
+using namespace ZR_HBBTV_Core;
+using hbbtv_sim::ReceivedRequest;
+using hbbtv_test::countOf;
+
+namespace {
+
+typedef std::vector<NCOR::AVComponentData*> Components;
+
+class TVServiceComponents : public hbbtv_test::TVServiceTest {
+protected:
+    // The host answers with the block that fill writes.
+    void answerComponents(std::function<void(HbbtvAVComponentInfo&)> fill)
+    {
+        answer(TunerCommand_GetAVInfo, [fill](const HbbtvCommandPayload&, HbbtvServiceRequestAnswer& answer) {
+            fill(static_cast<HbbtvServiceRequestAVInfoAnswer&>(answer).avComponentInfo);
+            answer.valid = 1;
+        });
+    }
+
+    static void release(Components& components)
+    {
+        for (NCOR::AVComponentData* c : components) {
+            delete c;
+        }
+        components.clear();
+    }
+};
+
+void fillAudio(HbbtvAVComponentInfo::AVEntry& entry, uint32_t n, const char* language)
+{
+    entry.flagA = 1;
+    entry.flagB = static_cast<uint8_t>(n % 2);
+    entry.valueP = 0x10000 + n; // the low 16 bits are the component tag
+    entry.valueQ = 0x20000 + 2 * n;
+    entry.valueR = 99;
+    entry.valueS = 100 + n;
+    entry.language = language;
+}
+
+} // namespace
+
+TEST_F(TVServiceComponents, AudioComponentsInEntryOrder)
+{
+    answerComponents([](HbbtvAVComponentInfo& info) {
+        info.count = 3;
+        fillAudio(info.avEntries[0], 0, "deu");
+        fillAudio(info.avEntries[1], 1, "eng");
+        fillAudio(info.avEntries[2], 2, "fra");
+        fillAudio(info.avEntries[3], 3, "not listed");
+    });
+
+    Components components;
+    service().getAVComponents(NCOR::Broadcast::COMPONENT_TYPE_AUDIO, components);
+    service().getActiveAVComponents(NCOR::Broadcast::COMPONENT_TYPE_AUDIO, components);
+
+    const std::vector<ReceivedRequest> sent = requests();
+    ASSERT_EQ(2u, sent.size());
+    EXPECT_EQ(TunerCommand_GetAVInfo, sent[0].command);
+    EXPECT_EQ(0, sent[0].param1);
+    EXPECT_EQ(1, sent[0].param2);
+    EXPECT_EQ(1, sent[1].param1);
+
+    ASSERT_EQ(6u, components.size());
+    const char* const languages[] = { "deu", "eng", "fra" };
+    for (unsigned int k = 0; k < 3; ++k) {
+        const NCOR::AVComponentData& c = *components[k];
+        EXPECT_EQ(NCOR::Broadcast::COMPONENT_TYPE_AUDIO, c.getComponentType());
+        EXPECT_EQ(100 + k, c.getEncoding());
+        EXPECT_EQ(1, c.getEncrypted());
+        EXPECT_EQ(languages[k], c.getLanguage());
+        EXPECT_EQ(k % 2, c.getAudioDescription());
+        EXPECT_EQ(2 * k, c.getAudioChannels());
+        EXPECT_EQ(static_cast<int16_t>(k), c.getComponentTag());
+        EXPECT_EQ(0u, c.getAspectRatio());
+    }
+    release(components);
+}
+
+TEST_F(TVServiceComponents, VideoAndSubtitleComponents)
+{
+    answerComponents([](HbbtvAVComponentInfo& info) {
+        info.count = 1;
+        info.avEntries[0].flagA = 1;
+        info.avEntries[0].valueR = 3;
+        info.avEntries[0].valueS = 7;
+        info.avEntries[0].language = "ignored";
+    });
+    Components components;
+    service().getAVComponents(NCOR::Broadcast::COMPONENT_TYPE_VIDEO, components);
+    ASSERT_EQ(1u, components.size());
+    EXPECT_EQ(NCOR::Broadcast::COMPONENT_TYPE_VIDEO, components[0]->getComponentType());
+    EXPECT_EQ(7u, components[0]->getEncoding());
+    EXPECT_EQ(1, components[0]->getEncrypted());
+    EXPECT_EQ(3u, components[0]->getAspectRatio());
+    EXPECT_EQ("", components[0]->getLanguage());
+    release(components);
+
+    answerComponents([](HbbtvAVComponentInfo& info) { info.count = 0; });
+    service().getAVComponents(NCOR::Broadcast::COMPONENT_TYPE_VIDEO, components);
+    EXPECT_TRUE(components.empty());
+
+    answerComponents([](HbbtvAVComponentInfo& info) {
+        info.count = 2;
+        info.subtitleEntries[0].flagA = 1;
+        info.subtitleEntries[0].flagB = 1;
+        info.subtitleEntries[0].valueP = 0xFFFF;
+        info.subtitleEntries[0].language = "deu";
+        info.subtitleEntries[1].valueP = 5;
+        info.subtitleEntries[1].language = "eng";
+    });
+    service().getActiveAVComponents(NCOR::Broadcast::COMPONENT_TYPE_SUBTITLE, components);
+    ASSERT_EQ(2u, components.size());
+    EXPECT_EQ(NCOR::Broadcast::COMPONENT_TYPE_SUBTITLE, components[0]->getComponentType());
+    EXPECT_EQ(1, components[0]->getEncrypted());
+    EXPECT_EQ(1, components[0]->getHearingImpaired());
+    EXPECT_EQ(-1, components[0]->getComponentTag());
+    EXPECT_EQ("deu", components[0]->getLanguage());
+    EXPECT_EQ(0, components[0]->getAudioDescription());
+    EXPECT_EQ(5, components[1]->getComponentTag());
+    EXPECT_EQ("eng", components[1]->getLanguage());
+    release(components);
+
+    // An unknown type is asked for, and nothing comes of it.
+    answerComponents([](HbbtvAVComponentInfo& info) { info.count = 5; });
+    service().getAVComponents(static_cast<NCOR::Broadcast::ComponentType>(3), components);
+    EXPECT_TRUE(components.empty());
+    EXPECT_EQ(3, requests().back().param2);
+}
+
+TEST_F(TVServiceComponents, HostileCountsAndTextsStayWithinTheAnswer)
+{
+    answerComponents([](HbbtvAVComponentInfo& info) {
+        info.count = 1000;
+        for (HbbtvAVComponentInfo::AVEntry& entry : info.avEntries) {
+            memset(static_cast<void*>(&entry.language), 'a', sizeof(entry.language)); // unterminated
+        }
+        for (HbbtvAVComponentInfo::SubtitleEntry& entry : info.subtitleEntries) {
+            memset(static_cast<void*>(&entry.language), 's', sizeof(entry.language));
+        }
+    });
+
+    Components components;
+    std::string output
+        = stdoutOf([&] { service().getAVComponents(NCOR::Broadcast::COMPONENT_TYPE_AUDIO, components); });
+    EXPECT_EQ(16u, components.size());
+    EXPECT_EQ(1u, countOf(output, "audio components: host count 1000 past the record's 16 entries, cut"));
+    // A language without terminator ends with its record.
+    EXPECT_EQ(std::string(256, 'a'), components[15]->getLanguage());
+    release(components);
+
+    output = stdoutOf([&] { service().getAVComponents(NCOR::Broadcast::COMPONENT_TYPE_SUBTITLE, components); });
+    EXPECT_EQ(24u, components.size());
+    EXPECT_EQ(1u, countOf(output, "subtitle components: host count 1000 past the record's 24 entries, cut"));
+    EXPECT_EQ(std::string(256, 's'), components[23]->getLanguage());
+    release(components);
+
+    answerComponents([](HbbtvAVComponentInfo& info) { info.count = -5; });
+    service().getAVComponents(NCOR::Broadcast::COMPONENT_TYPE_AUDIO, components);
+    EXPECT_TRUE(components.empty());
+}
+
+TEST_F(TVServiceComponents, UnansweredComponentRequestLeavesTheListAlone)
+{
+    neverAnswer(TunerCommand_GetAVInfo);
+    NCOR::AVComponentData existing;
+    Components components = { &existing };
+    service().getAVComponents(NCOR::Broadcast::COMPONENT_TYPE_AUDIO, components);
+    ASSERT_EQ(1u, components.size());
+    EXPECT_EQ(&existing, components[0]);
+}
+
+TEST_F(TVServiceComponents, EncodingNamesAndProfiles)
+{
+    EXPECT_EQ(HbbtvAVComponentInfo::HEAAC, service().transformComponentEncodingString2Enum("HEAAC"));
+    EXPECT_EQ(HbbtvAVComponentInfo::WAV, service().transformComponentEncodingString2Enum("WAV"));
+    EXPECT_EQ(HbbtvAVComponentInfo::MPEG2_SD_25, service().transformComponentEncodingString2Enum("MPEG2_SD_25"));
+    const std::string output = stdoutOf(
+        [&] { EXPECT_EQ(HbbtvAVComponentInfo::AVC_HD_25, service().transformComponentEncodingString2Enum("heaac")); });
+    EXPECT_EQ("\e[0;32;31m[ERR][HbbTV-???]HbbtvBackendTVService transformComponentEncodingString2Enum 1402\e[0m\n"
+              "\e[0;32;31m[ERR][HbbTV-???]Undefine Encoding Type:heaac\e[0m\n",
+        output);
+
+    // Asked twice, the profile record holds the list once: it is emptied first.
+    NCOR::AVProfileData profiles;
+    profiles.addAudioProfile(NCOR::AudioProfileData("stale", "x/y"));
+    service().getSupportedAVProfiles(profiles);
+    service().getSupportedAVProfiles(profiles);
+    ASSERT_EQ(8u, profiles.getVideoProfiles().size());
+    EXPECT_EQ("TS_AVC_SD_25_HEAAC", profiles.getVideoProfiles().front().getName());
+    EXPECT_EQ("MP4_AVC_HD_25_E-AC3", profiles.getVideoProfiles().back().getName());
+    EXPECT_EQ("video/mp4", profiles.getVideoProfiles().back().getMimeType());
+    ASSERT_EQ(3u, profiles.getAudioProfiles().size());
+    EXPECT_EQ("MPEG1_L3", profiles.getAudioProfiles().front().getName());
+    EXPECT_EQ("audio/x-wav", profiles.getAudioProfiles().back().getMimeType());
+    EXPECT_TRUE(requests().empty());
+}

@@ -1,0 +1,191 @@
+// Configuration and local-system queries through the TV service, against the simulated host.
+#include <cstdlib>
+#include <cstring>
+#include <thread>
+
+#include <gtest/gtest.h>
+
+#include "support/TVServiceHarness.h"
+
+using namespace ZR_HBBTV_Core;
+using hbbtv_test::countOf;
+
+namespace {
+
+class TVServiceConfiguration : public hbbtv_test::TVServiceTest {
+protected:
+    void answerInt(int command, int value)
+    {
+        answer(command, [value](const HbbtvCommandPayload&, HbbtvServiceRequestAnswer& answer) {
+            answer.valid = 1;
+            answer.intValue1 = value;
+        });
+    }
+};
+
+} // namespace
+
+TEST_F(TVServiceConfiguration, ConfigurationTextsEndAtTheirTerminator)
+{
+    // "deu", a terminator, then more bytes and a stored length that says otherwise.
+    answer(ConfigCommand_GetCountryID, [](const HbbtvCommandPayload&, HbbtvServiceRequestAnswer& answer) {
+        answer.strValue1 = "deu-and-more";
+        memcpy(static_cast<void*>(&answer.strValue1), "deu\0xx", 6);
+        answer.valid = 1;
+    });
+    answer(ConfigCommand_GetSubtitleLanguage, [](const HbbtvCommandPayload&, HbbtvServiceRequestAnswer& answer) {
+        answer.strValue1 = "eng";
+        answer.valid = 1;
+    });
+    answer(ConfigCommand_GetAudioLanguage, [](const HbbtvCommandPayload&, HbbtvServiceRequestAnswer& answer) {
+        memset(static_cast<void*>(&answer.strValue1), 'f', sizeof(answer.strValue1)); // unterminated
+        answer.valid = 1;
+    });
+
+    std::string country;
+    std::string subtitles;
+    std::string audio;
+    service().getCountryId(country);
+    service().getPreferredSubtitleLanguage(subtitles);
+    service().getPreferredAudioLanguage(audio);
+    EXPECT_EQ("deu", country);
+    EXPECT_EQ("eng", subtitles);
+    EXPECT_EQ(std::string(256, 'f'), audio);
+
+    const std::vector<int> expected
+        = { ConfigCommand_GetCountryID, ConfigCommand_GetSubtitleLanguage, ConfigCommand_GetAudioLanguage };
+    EXPECT_EQ(expected, commands());
+    for (const hbbtv_sim::ReceivedRequest& request : requests()) {
+        EXPECT_EQ(hbbtv_sim::PayloadRecord::Base, request.record);
+        EXPECT_EQ(0, request.param1);
+        EXPECT_EQ(0, request.param2);
+    }
+
+    // A refused answer leaves the text alone.
+    answer(ConfigCommand_GetCountryID,
+        [](const HbbtvCommandPayload&, HbbtvServiceRequestAnswer& answer) { answer.strValue1 = "fra"; });
+    service().getCountryId(country);
+    EXPECT_EQ("deu", country);
+}
+
+TEST_F(TVServiceConfiguration, AudioDescriptionSwitch)
+{
+    answerInt(ConfigCommand_GetAudioDescription, 1);
+    bool enabled = false;
+    std::string output = stdoutOf([&] { enabled = service().getAudioDescriptionEnable(); });
+    EXPECT_TRUE(enabled);
+    EXPECT_EQ("\e[0;32;32m[MSG][HbbTV-???]getAudioDescriptionEnable pass in\e[0m\n"
+              "\e[0;32;32m[MSG][HbbTV-???]getAudioDescriptionEnable pass out, AD : 1\e[0m\n",
+        output);
+    ASSERT_EQ(1u, requests().size());
+    EXPECT_EQ(ConfigCommand_GetAudioDescription, requests()[0].command);
+    EXPECT_EQ(hbbtv_sim::PayloadRecord::WithStrParams, requests()[0].record);
+    EXPECT_EQ("", requests()[0].strParam1);
+
+    answerInt(ConfigCommand_GetAudioDescription, 0);
+    EXPECT_FALSE(service().getAudioDescriptionEnable());
+
+    answer(ConfigCommand_GetAudioDescription, [](const HbbtvCommandPayload&, HbbtvServiceRequestAnswer& answer) {
+        answer.intValue1 = 1; // but not valid
+    });
+    output = stdoutOf([&] { enabled = service().getAudioDescriptionEnable(); });
+    EXPECT_FALSE(enabled);
+    EXPECT_EQ("\e[0;32;32m[MSG][HbbTV-???]getAudioDescriptionEnable pass in\e[0m\n"
+              "\e[0;32;31m[ERR][HbbTV-???]HbbtvBackendTVService getAudioDescriptionEnable 1460\e[0m\n",
+        output);
+}
+
+TEST_F(TVServiceConfiguration, ParentalThresholdIsAtLeastThreeUnlessNegative)
+{
+    const std::pair<int, int> cases[] = { { 0, 3 }, { 1, 3 }, { 2, 3 }, { 3, 3 }, { 18, 18 }, { -1, -1 } };
+    for (const std::pair<int, int>& c : cases) {
+        answerInt(ConfigCommand_GetParental, c.first);
+        EXPECT_EQ(c.second, service().getParentalControlThreshold()) << "host value " << c.first;
+    }
+
+    std::vector<std::string> schemes = { "a", "b" };
+    service().getSupportedParentalSchemes(schemes);
+    EXPECT_EQ(std::vector<std::string> { "dvb-si" }, schemes);
+    EXPECT_FALSE(service().getParentalControlPINEnable());
+    EXPECT_FALSE(service().verifyParentalControlPIN("1234"));
+}
+
+TEST_F(TVServiceConfiguration, UnansweredConfigurationRequestsGiveTheirFailureValues)
+{
+    neverAnswer(ConfigCommand_GetCountryID);
+    neverAnswer(ConfigCommand_GetAudioDescription);
+    neverAnswer(ConfigCommand_GetParental);
+
+    std::string country = "kept";
+    bool audioDescription = true;
+    int threshold = 0;
+    std::vector<std::thread> calls;
+    calls.emplace_back([&] { service().getCountryId(country); });
+    calls.emplace_back([&] { audioDescription = service().getAudioDescriptionEnable(); });
+    calls.emplace_back([&] { threshold = service().getParentalControlThreshold(); });
+    for (std::thread& call : calls) {
+        call.join();
+    }
+    EXPECT_EQ("kept", country);
+    EXPECT_FALSE(audioDescription);
+    EXPECT_EQ(3, threshold);
+}
+
+TEST_F(TVServiceConfiguration, DevicePropertiesNeedTheSerialNumber)
+{
+    unsetenv("SERIAL_NUMBER");
+    setenv("MODEL_NAME", "model", 1);
+    std::string model = "unchanged";
+    const std::string output = stdoutOf([&] { service().getModelName(model); });
+    EXPECT_EQ("unchanged", model);
+    EXPECT_EQ("\e[0;32;32m[MSG][OIPF-LocalSystem]getModelName pass in\e[0m\n"
+              "\e[0;32;32m[MSG][OIPF-LocalSystem]getModelName pass out\e[0m\n",
+        output);
+
+    setenv("SERIAL_NUMBER", "SN1", 1);
+    setenv("SOFTWARE_VERSION", "sw", 1);
+    unsetenv("HARDWARE_VERSION");
+    std::string software;
+    std::string hardware = "unchanged";
+    std::string serial;
+    service().getModelName(model);
+    service().getSoftwareVersion(software);
+    service().getHardwareVersion(hardware);
+    service().getSerialNumber(serial);
+    EXPECT_EQ("model", model);
+    EXPECT_EQ("sw", software);
+    EXPECT_EQ("unchanged", hardware);
+    EXPECT_EQ("SN1", serial);
+    EXPECT_TRUE(requests().empty());
+
+    unsetenv("SERIAL_NUMBER");
+    unsetenv("MODEL_NAME");
+    unsetenv("SOFTWARE_VERSION");
+}
+
+TEST_F(TVServiceConfiguration, StringToIntReadsDigitsAndFlagsAnythingButFour)
+{
+    bool ok = true;
+    EXPECT_EQ(42, service().StringToInt("0042", ok));
+    EXPECT_TRUE(ok);
+    EXPECT_EQ(124, service().StringToInt("12a4", ok));
+    EXPECT_FALSE(ok);
+    ok = true;
+    EXPECT_EQ(12345, service().StringToInt("12345", ok));
+    EXPECT_FALSE(ok);
+    ok = true;
+    EXPECT_EQ(0, service().StringToInt("", ok));
+    EXPECT_FALSE(ok);
+    ok = false;
+    EXPECT_EQ(1234, service().StringToInt("1234", ok));
+    EXPECT_FALSE(ok); // only ever cleared
+    ok = true;
+    service().StringToInt(std::string(40, '9'), ok); // wraps rather than overflowing
+    EXPECT_FALSE(ok);
+
+    const std::string output = stdoutOf([&] { service().notifyConfigurationChanged(); });
+    EXPECT_EQ("\e[0;32;32m[MSG][HbbTV-???]notifyConfigurationChanged pass in\e[0m\n"
+              "\e[0;32;31m[ERR][HbbTV-Not implement]HbbtvBackendTVService notifyConfigurationChanged 1930\e[0m\n"
+              "\e[0;32;32m[MSG][HbbTV-???]notifyConfigurationChanged pass out\e[0m\n",
+        output);
+}

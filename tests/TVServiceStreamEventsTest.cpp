@@ -1,0 +1,143 @@
+// Stream events, carousel mounts and new applications through the TV service, against the
+// simulated host; and the two dvb: URL parsers.
+#include <chrono>
+
+#include <gtest/gtest.h>
+
+#include "support/TVServiceHarness.h"
+
+using namespace ZR_HBBTV_Core;
+using hbbtv_sim::ReceivedRequest;
+using hbbtv_test::countOf;
+
+namespace {
+
+class TVServiceStreamEvents : public hbbtv_test::TVServiceTest { };
+
+const char kCarouselUrl[] = "dvb://233a.1004.1044.ffff/index.html";
+
+} // namespace
+
+TEST_F(TVServiceStreamEvents, StreamEventSubscriptionsReachTheHost)
+{
+    service().registerStreamEvent("dvb://1.2.3.4/events", "goal");
+    service().registerStreamEvent(std::string(300, 't'), "half", true, 77);
+    service().unregisterStreamEvent("dvb://1.2.3.4/events", "goal");
+    service().unregisterAllStreamEvents();
+
+    const std::vector<ReceivedRequest> sent = requests();
+    ASSERT_EQ(3u, sent.size());
+    EXPECT_EQ(TunerCommand_AddStreamEvent, sent[0].command);
+    EXPECT_EQ(hbbtv_sim::PayloadRecord::WithStrParams, sent[0].record);
+    EXPECT_EQ("dvb://1.2.3.4/events", sent[0].strParam1);
+    EXPECT_EQ("goal", sent[0].strParam2);
+    EXPECT_EQ(0, sent[0].param1);
+    EXPECT_EQ(-1, sent[0].param2);
+
+    EXPECT_EQ(std::string(254, 't'), sent[1].strParam1);
+    EXPECT_EQ(1, sent[1].param1);
+    EXPECT_EQ(77, sent[1].param2);
+
+    EXPECT_EQ(TunerCommand_RemoveStreamEvent, sent[2].command);
+    EXPECT_EQ("goal", sent[2].strParam2);
+    EXPECT_EQ(0, sent[2].param1);
+    EXPECT_EQ(0, sent[2].param2);
+}
+
+TEST_F(TVServiceStreamEvents, ServiceIdentifierOfADvbUrl)
+{
+    FindServiceIdFromDvbUrl find;
+    unsigned int id = 0;
+    EXPECT_TRUE(find("dvb://233a.1004.1044.ffff", id));
+    EXPECT_EQ(0x1044u, id);
+    EXPECT_TRUE(find(".a.b.c.d", id)); // the dot at position 0 does not count
+    EXPECT_EQ(0xcu, id);
+    id = 5;
+    EXPECT_FALSE(find(".a.b.c", id));
+    EXPECT_FALSE(find("dvb://1.2", id));
+    EXPECT_EQ(5u, id);
+    EXPECT_TRUE(find("dvb://1.2.zz.4", id)); // found, but nothing to read
+    EXPECT_EQ(5u, id);
+
+    EXPECT_EQ(0x1044, service().extractServiceIDformURL(kCarouselUrl));
+    EXPECT_EQ(-1, service().extractServiceIDformURL("dvb://233a.1004.1044.ffff"));
+    EXPECT_EQ(-1, service().extractServiceIDformURL("dvb://233a.1004.1044.ffff/dir.x/index.html"));
+    EXPECT_EQ(0x2, service().extractServiceIDformURL("dvb://..1..2.3/")); // empty pieces dropped
+    EXPECT_EQ(-1, service().extractServiceIDformURL("233a.1004.1044.ffff/"));
+}
+
+TEST_F(TVServiceStreamEvents, CarouselMountAnsweredAtOnce)
+{
+    answer(DSMCC_DVBURL_GetFile, [](const HbbtvCommandPayload&, HbbtvServiceRequestAnswer& answer) {
+        answer.strValue1 = "/mnt/carousel/1044";
+        answer.valid = 1;
+    });
+
+    std::string mountPoint;
+    EXPECT_TRUE(service().requestOCResourceMount(kCarouselUrl, mountPoint));
+    EXPECT_EQ("/mnt/carousel/1044", mountPoint);
+
+    const std::vector<ReceivedRequest> sent = requests();
+    ASSERT_EQ(1u, sent.size());
+    EXPECT_EQ(DSMCC_DVBURL_GetFile, sent[0].command);
+    EXPECT_EQ(0x1044, sent[0].param1);
+    EXPECT_EQ(0, sent[0].param2);
+    EXPECT_EQ(kCarouselUrl, sent[0].strParam1);
+    EXPECT_EQ("", sent[0].strParam2);
+    EXPECT_EQ(60000u + 1000u, sent[0].timeoutMs); // as handed over: the agent adds its second
+
+    // Without three dots nothing is asked.
+    EXPECT_FALSE(service().requestOCResourceMount("dvb://233a.1004", mountPoint));
+    EXPECT_EQ(1u, requests().size());
+}
+
+TEST_F(TVServiceStreamEvents, CarouselMountRefusedOrNotRunning)
+{
+    answer(DSMCC_DVBURL_GetFile, [](const HbbtvCommandPayload&, HbbtvServiceRequestAnswer& answer) {
+        static_cast<HbbtvServiceRequestDvbResourceMountAnswer&>(answer).refused = 1;
+    });
+    std::string mountPoint = "kept";
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_FALSE(service().requestOCResourceMount(kCarouselUrl, mountPoint));
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(900)); // no retry pause
+    EXPECT_EQ("kept", mountPoint);
+    EXPECT_EQ(1u, requests().size());
+
+    service().SetHbbTVRunningStatus(false);
+    bool mounted = true;
+    const std::string output = stdoutOf([&] { mounted = service().requestOCResourceMount(kCarouselUrl, mountPoint); });
+    EXPECT_FALSE(mounted);
+    EXPECT_EQ("[HbbTV-SYS]requestOCResourceMount pass out, Hbbtv is not running", output);
+    EXPECT_EQ(1u, requests().size());
+}
+
+TEST_F(TVServiceStreamEvents, CarouselMountRetriesUntilHbbtvStops)
+{
+    // The first attempt comes back without a mount point; HbbTV stops before the second.
+    ZR_HBBTV_Core::HbbtvBackendTVService* const tv = &service();
+    answer(DSMCC_DVBURL_GetFile,
+        [tv](const HbbtvCommandPayload&, HbbtvServiceRequestAnswer&) { tv->SetHbbTVRunningStatus(false); });
+
+    std::string mountPoint;
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_FALSE(service().requestOCResourceMount(kCarouselUrl, mountPoint));
+    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(1000)); // one pause
+    EXPECT_EQ(1u, requests().size());
+}
+
+TEST_F(TVServiceStreamEvents, NewApplicationUrlUpTo255Characters)
+{
+    const std::string longest(255, 'u');
+    service().notifyStartNewApp(longest.c_str());
+    service().notifyStartNewApp(nullptr);
+    const std::string tooLong(256, 'u');
+    const std::string output = stdoutOf([&] { service().notifyStartNewApp(tooLong.c_str()); });
+
+    EXPECT_EQ("\e[0;32;31m[ERR][HbbTV-ERROR]notifyStartNewApp URL LENGTH ERROR : 256\n\e[0m\n", output);
+    const std::vector<ReceivedRequest> sent = requests();
+    ASSERT_EQ(1u, sent.size());
+    EXPECT_EQ(TunerCommand_StartNewApplication, sent[0].command);
+    EXPECT_EQ(std::string(254, 'u'), sent[0].strParam1); // the record keeps 254
+    EXPECT_EQ("", sent[0].strParam2);
+    EXPECT_EQ(0, sent[0].param1);
+}
