@@ -16,63 +16,50 @@ const int kSignalLost = 1;
 const char kNoChannelManager[] = "[ZR_HBBTV]: m_channelManagerClient is null";
 } // namespace
 
-void ZR_HbbtvImplPrivate::notifyChannelChanged(unsigned short a, unsigned short b, unsigned short c)
+template <typename Send>
+void ZR_HbbtvImplPrivate::toChannelManager(const char* missingLine, Send send)
 {
     Locker<Mutex> lock(m_mutex);
     if (_gotKilled) {
         return;
     }
     if (m_channelManagerClient == nullptr) {
-        puts(kNoChannelManager);
+        puts(missingLine);
         return;
     }
-    NCOR::ChannelTunerData channel;
-    channel.setOnid(a);
-    channel.autoUpdateChannelID();
-    channel.setSid(b);
-    channel.autoUpdateChannelID();
-    channel.setMajorChannel(c);
-    channel.autoUpdateChannelID();
-    m_channelManagerClient->channelChanged(channel, kChannelChangedState);
+    send(m_channelManagerClient);
+}
+
+void ZR_HbbtvImplPrivate::notifyChannelChanged(unsigned short a, unsigned short b, unsigned short c)
+{
+    toChannelManager(kNoChannelManager, [a, b, c](const android::sp<IChannelManagerClient>& client) {
+        NCOR::ChannelTunerData channel;
+        channel.setOnid(a);
+        channel.autoUpdateChannelID();
+        channel.setSid(b);
+        channel.autoUpdateChannelID();
+        channel.setMajorChannel(c);
+        channel.autoUpdateChannelID();
+        client->channelChanged(channel, kChannelChangedState);
+    });
 }
 
 void ZR_HbbtvImplPrivate::notifyProgrammeChanged(unsigned short, unsigned short, unsigned short)
 {
-    Locker<Mutex> lock(m_mutex);
-    if (_gotKilled) {
-        return;
-    }
-    if (m_channelManagerClient == nullptr) {
-        puts(kNoChannelManager);
-        return;
-    }
-    m_channelManagerClient->programmeChanged();
+    toChannelManager(kNoChannelManager,
+                     [](const android::sp<IChannelManagerClient>& client) { client->programmeChanged(); });
 }
 
 void ZR_HbbtvImplPrivate::notifyTunerPlundered()
 {
-    Locker<Mutex> lock(m_mutex);
-    if (_gotKilled) {
-        return;
-    }
-    if (m_channelManagerClient == nullptr) {
-        puts("[ZR_HBBTV]: notifyTunerPlundered(): m_channelManagerClient is null");
-        return;
-    }
-    m_channelManagerClient->tunerStateChanged(kTunerPlundered);
+    toChannelManager("[ZR_HBBTV]: notifyTunerPlundered(): m_channelManagerClient is null",
+                     [](const android::sp<IChannelManagerClient>& client) { client->tunerStateChanged(kTunerPlundered); });
 }
 
 void ZR_HbbtvImplPrivate::notifySignalLost()
 {
-    Locker<Mutex> lock(m_mutex);
-    if (_gotKilled) {
-        return;
-    }
-    if (m_channelManagerClient == nullptr) {
-        puts("[ZR_HBBTV]: notifySignalLost(): m_channelManagerClient is null");
-        return;
-    }
-    m_channelManagerClient->tunerStateChanged(kSignalLost);
+    toChannelManager("[ZR_HBBTV]: notifySignalLost(): m_channelManagerClient is null",
+                     [](const android::sp<IChannelManagerClient>& client) { client->tunerStateChanged(kSignalLost); });
 }
 
 void ZR_HbbtvImplPrivate::tunerStopped(bool)

@@ -160,6 +160,11 @@ public:
     static unsigned int _keyID;
 
 private:
+    // Under the lock and unless killed: hands the channel manager client to send, or prints
+    // missingLine when the browser has not registered one.
+    template <typename Send>
+    void toChannelManager(const char* missingLine, Send send);
+
     Hbbtv_TVServer* m_server;
     android::sp<DeathNotifier> m_deathNotifier;
     int m_browserPid;
