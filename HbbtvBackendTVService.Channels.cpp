@@ -49,13 +49,6 @@ std::map<HostIDType, NCOR::Broadcast::ChannelIDType> idTypeTable()
         HbbtvServiceRequestChannelInfoAnswer::ID_IPTV_URI, NCOR::Broadcast::ID_IPTV_URI);
 }
 
-void logNotImplemented(const char* operation, int line)
-{
-    printf("\e[0;32;32m[MSG][HbbTV-???]%s pass in\e[0m\n", operation);
-    printf("\e[0;32;31m[ERR][HbbTV-Not implement]%s %s %d\e[0m\n", kSourceName, operation, line);
-    printf("\e[0;32;32m[MSG][HbbTV-???]%s pass out\e[0m\n", operation);
-}
-
 // A channel name in the pool's string area: NUL-terminated, at most 254 characters, and never
 // read past the end of the area, wherever the host's offset points.
 std::string lineupName(const char* strings, size_t stringsSize, uint32_t nameOffset, uint32_t index)

@@ -122,9 +122,7 @@ int HbbtvBackendTVService::StringToInt(std::string text, bool& ok)
 
 void HbbtvBackendTVService::notifyConfigurationChanged()
 {
-    printf("\e[0;32;32m[MSG][HbbTV-???]%s pass in\e[0m\n", "notifyConfigurationChanged");
-    printf("\e[0;32;31m[ERR][HbbTV-Not implement]%s %s %d\e[0m\n", kSourceName, "notifyConfigurationChanged", 1930);
-    printf("\e[0;32;32m[MSG][HbbTV-???]%s pass out\e[0m\n", "notifyConfigurationChanged");
+    logNotImplemented("notifyConfigurationChanged", 1930);
 }
 
 } // namespace ZR_HBBTV_Core

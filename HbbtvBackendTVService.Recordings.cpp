@@ -113,10 +113,7 @@ void HbbtvBackendTVService::getScheduledReminders(std::vector<NCOR::ScheduledRem
 
 void HbbtvBackendTVService::notifyRecordingStateChanged(const NCOR::RecordingData&, NCOR::Broadcast::PVRState)
 {
-    printf("\e[0;32;32m[MSG][HbbTV-???]%s pass in\e[0m\n", "notifyRecordingStateChanged");
-    printf("\e[0;32;31m[ERR][HbbTV-Not implement]%s %s %d\e[0m\n", "HbbtvBackendTVService",
-        "notifyRecordingStateChanged", 1937);
-    printf("\e[0;32;32m[MSG][HbbTV-???]%s pass out\e[0m\n", "notifyRecordingStateChanged");
+    logNotImplemented("notifyRecordingStateChanged", 1937);
 }
 
 } // namespace ZR_HBBTV_Core

@@ -13,13 +13,6 @@ namespace {
 // 1280 in the upper half, 720 in the lower.
 const int kFullScreenWindow = (1280 << 16) | 720;
 
-void logNotImplemented(const char* operation, int line)
-{
-    printf("\e[0;32;32m[MSG][HbbTV-???]%s pass in\e[0m\n", operation);
-    printf("\e[0;32;31m[ERR][HbbTV-Not implement]%s %s %d\e[0m\n", "HbbtvBackendTVService", operation, line);
-    printf("\e[0;32;32m[MSG][HbbTV-???]%s pass out\e[0m\n", operation);
-}
-
 } // namespace
 
 void HbbtvBackendTVService::openVideo()
@@ -41,11 +34,13 @@ void HbbtvBackendTVService::releaseVideo()
 void HbbtvBackendTVService::setViewport(bool fullScreen, int x, int y, int width, int height)
 {
     plx_scope_lock lock(&m_tvSericeMutex,
-                        "virtual void ZR_HBBTV_Core::HbbtvBackendTVService::setViewport(bool, int, int, int, int)", 437);
+        "virtual void ZR_HBBTV_Core::HbbtvBackendTVService::setViewport(bool, int, int, int, int)", 437);
     // Packed without masking, as the host reads it: a negative y or height spills into x or width.
-    const int position = fullScreen ? 0 : static_cast<int>((static_cast<unsigned int>(x) << 16) | static_cast<unsigned int>(y));
-    const int size = fullScreen ? kFullScreenWindow
-                                : static_cast<int>((static_cast<unsigned int>(width) << 16) | static_cast<unsigned int>(height));
+    const int position
+        = fullScreen ? 0 : static_cast<int>((static_cast<unsigned int>(x) << 16) | static_cast<unsigned int>(y));
+    const int size = fullScreen
+        ? kFullScreenWindow
+        : static_cast<int>((static_cast<unsigned int>(width) << 16) | static_cast<unsigned int>(height));
     sendPlainCommand(DVBMediaPlayer_SetDisplayWindow, position, size);
 }
 

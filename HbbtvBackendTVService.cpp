@@ -35,11 +35,18 @@ void reportPthread(int result, int line, const char* call)
 
 } // namespace
 
+void logNotImplemented(const char* operation, int line)
+{
+    printf("\e[0;32;32m[MSG][HbbTV-???]%s pass in\e[0m\n", operation);
+    printf("\e[0;32;31m[ERR][HbbTV-Not implement]%s %s %d\e[0m\n", kSourceName, operation, line);
+    printf("\e[0;32;32m[MSG][HbbTV-???]%s pass out\e[0m\n", operation);
+}
+
 IssueSrviceRequest::IssueSrviceRequest(Hbbtv_TVServer* server) : m_server(server)
 {
     if (server == nullptr) {
-        HbbtvBackendGlue_AssertFail(kSourceName, "ZR_HBBTV_Core::IssueSrviceRequest::IssueSrviceRequest(Hbbtv_TVServer*)",
-                                    29);
+        HbbtvBackendGlue_AssertFail(
+            kSourceName, "ZR_HBBTV_Core::IssueSrviceRequest::IssueSrviceRequest(Hbbtv_TVServer*)", 29);
     }
 }
 
@@ -159,13 +166,15 @@ std::unique_ptr<HbbtvServiceRequestAnswer> HbbtvBackendTVService::sendPlainComma
 
 void HbbtvBackendTVService::SetHbbTVRunningStatus(bool running)
 {
-    plx_scope_lock lock(&m_hbbtvStatusMutex, "void ZR_HBBTV_Core::HbbtvBackendTVService::SetHbbTVRunningStatus(bool)", 1951);
+    plx_scope_lock lock(
+        &m_hbbtvStatusMutex, "void ZR_HBBTV_Core::HbbtvBackendTVService::SetHbbTVRunningStatus(bool)", 1951);
     m_hbbtvRunning = running;
 }
 
 bool HbbtvBackendTVService::GetHbbTVRunningStatus()
 {
-    plx_scope_lock lock(&m_hbbtvStatusMutex, "bool ZR_HBBTV_Core::HbbtvBackendTVService::GetHbbTVRunningStatus()", 1957);
+    plx_scope_lock lock(
+        &m_hbbtvStatusMutex, "bool ZR_HBBTV_Core::HbbtvBackendTVService::GetHbbTVRunningStatus()", 1957);
     return m_hbbtvRunning;
 }
 

@@ -56,6 +56,9 @@ std::string hostStoredText(const HbbtvRecordString& text, const char* what);
 // A host text up to its terminator, never past its record.
 std::string hostTerminatedText(const HbbtvRecordString& text);
 
+// The three lines of an operation that is not implemented: pass in, the error with its line, pass out.
+void logNotImplemented(const char* operation, int line);
+
 // The host's channel record into the browser's; the transport stream id is left as it was.
 class TranslateChannelData {
 public:

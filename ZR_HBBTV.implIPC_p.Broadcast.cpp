@@ -53,7 +53,7 @@ void ZR_HbbtvImplPrivate::notifyProgrammeChanged(unsigned short, unsigned short,
 void ZR_HbbtvImplPrivate::notifyTunerPlundered()
 {
     toChannelManager("[ZR_HBBTV]: notifyTunerPlundered(): m_channelManagerClient is null",
-                     [](const android::sp<IChannelManagerClient>& client) { client->tunerStateChanged(kTunerPlundered); });
+        [](const android::sp<IChannelManagerClient>& client) { client->tunerStateChanged(kTunerPlundered); });
 }
 
 void ZR_HbbtvImplPrivate::notifySignalLost()

@@ -192,7 +192,8 @@ GetServiceTask* BackendMessageQueue::waitForMessageFilteredWithTimeout(BackendMe
     }
 }
 
-template GetServiceTask* BackendMessageQueue::waitForMessageFilteredWithTimeout<BackendMessageQueue::AlwaysTruePredicate>(
+template GetServiceTask*
+BackendMessageQueue::waitForMessageFilteredWithTimeout<BackendMessageQueue::AlwaysTruePredicate>(
     BackendMessageQueueWaitResult&, BackendMessageQueue::AlwaysTruePredicate&, double);
 
 // ---------------------------------------------------------------------------------------------

@@ -98,6 +98,7 @@ public:
 // The host creates exactly one wrapper; nothing starts until init and launchBrowser.
 extern "C" __attribute__((visibility("default"))) ZR_HBBTV_Core::ZR_HbbtvImplInterface* CreateHbbtvWrapper();
 // Deletes a wrapper made by CreateHbbtvWrapper (running deinit); null and foreign objects are ignored.
-extern "C" __attribute__((visibility("default"))) void DestroyHbbtvWrapper(ZR_HBBTV_Core::ZR_HbbtvImplInterface* wrapper);
+extern "C" __attribute__((visibility("default"))) void DestroyHbbtvWrapper(
+    ZR_HBBTV_Core::ZR_HbbtvImplInterface* wrapper);
 
 #endif
