@@ -1,47 +1,23 @@
 // The application manager's operations through the wrapper, with the simulated host and browser:
 // AIT and applications, keys, windows and page loads, broadcast events, media components.
 #include <chrono>
-#include <cstdio>
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
 
-#include "SimulatedBrowser.h"
-#include "SimulatedHost.h"
-#include "ZR_HbbtvImplInterface.h"
+#include "support/AssertDeath.h"
+#include "support/Television.h"
 
 using hbbtv_sim::KeyEvent;
 using hbbtv_sim::KeyReply;
+using hbbtv_test::stdoutOf;
+using hbbtv_test::Television;
 using std::chrono::milliseconds;
-using ZR_HBBTV_Core::ZR_HbbtvImplInterface;
 
 namespace {
 
 const milliseconds kWait(5000);
-
-struct Television {
-    hbbtv_sim::SimulatedHost host;
-    hbbtv_sim::SimulatedBrowser browser;
-    ZR_HbbtvImplInterface* wrapper = CreateHbbtvWrapper();
-
-    // Binds to the browser; the browser registers its clients unless told not to.
-    explicit Television(bool registerClients = true)
-    {
-        host.setWrapper(wrapper);
-        wrapper->init(&host);
-        EXPECT_TRUE(browser.publish());
-        EXPECT_TRUE(wrapper->launchBrowser());
-        if (registerClients) {
-            EXPECT_TRUE(browser.registerClients());
-        }
-    }
-    ~Television()
-    {
-        host.setWrapper(nullptr);
-        DestroyHbbtvWrapper(wrapper);
-    }
-};
 
 ZR_HBBTV_Core::AITApp application(uint32_t organisation, uint16_t id, const std::string& location,
                                   std::vector<ZR_HBBTV_Core::AITTransport> transports)
@@ -58,15 +34,6 @@ ZR_HBBTV_Core::AITApp application(uint32_t organisation, uint16_t id, const std:
     app.transports = std::move(transports);
     app.boundaries = {"http://a.example/"};
     return app;
-}
-
-std::string captured(const std::function<void()>& action)
-{
-    fflush(stdout);
-    testing::internal::CaptureStdout();
-    action();
-    fflush(stdout);
-    return testing::internal::GetCapturedStdout();
 }
 
 } // namespace
@@ -105,11 +72,11 @@ TEST(AppManager, AitBecomesOneDescriptionPerApplicationAndTransport)
 
 TEST(AppManager, AitWithoutTheBrowsersClientIsRefused)
 {
-    Television tv(false);
+    Television tv(Television::BoundWithoutClients);
     ZR_HBBTV_Core::AITApps apps;
     apps.count = 0;
     EXPECT_FALSE(tv.wrapper->newAITNotification(1, apps));
-    EXPECT_EQ("[ZR_HBBTV]: m_channelManagerClient is null\n", captured([&] { tv.wrapper->noAITNotification(1); }));
+    EXPECT_EQ("[ZR_HBBTV]: m_channelManagerClient is null\n", stdoutOf([&] { tv.wrapper->noAITNotification(1); }));
 }
 
 TEST(AppManager, UserApplicationsOpenAndCloseInWindows)
@@ -158,7 +125,7 @@ TEST(AppManager, KeyCountsAsConsumedWhenEitherEventWas)
     tv.browser.service()->setKeyReplier([](const KeyEvent& event) {
         return KeyReply{true, event.pressed == 1, event.pressed == 1 ? 100u : 0u};
     });
-    std::string out = captured([&] {
+    std::string out = stdoutOf([&] {
         EXPECT_FALSE(tv.wrapper->keyClick(red));
         ASSERT_TRUE(tv.browser.service()->waitForKeyAnswers(4, kWait));
     });
@@ -170,7 +137,7 @@ TEST(AppManager, KeyCountsAsConsumedWhenEitherEventWas)
     EXPECT_NE(std::string::npos, out.find("Browser cant realize this key : " + std::to_string(events[2].eventId)));
 
     // A negative odd id is taken as a press: unknown, logged, nothing changes.
-    out = captured([&] { tv.browser.service()->client()->notifyKeyEventConsumed(-1, true); });
+    out = stdoutOf([&] { tv.browser.service()->client()->notifyKeyEventConsumed(-1, true); });
     EXPECT_EQ("Browser cant realize this key : -1\n", out);
 }
 
@@ -252,19 +219,19 @@ TEST(AppManager, BroadcastEventsReachTheBrowsersClients)
 
 TEST(AppManager, WithoutAChannelManagerTheTunerStopClosesWindows)
 {
-    Television tv(false);
+    Television tv(Television::BoundWithoutClients);
     tv.browser.service()->addWindow(1, "http://one/");
     tv.browser.service()->addWindow(3, "http://three/");
     tv.browser.notifyNewWindow(1);
     tv.browser.notifyNewWindow(3);
     tv.browser.notifyNewWindow(8); // the browser no longer has it
-    const std::string out = captured([&] { tv.wrapper->tunerStopped(false); });
+    const std::string out = stdoutOf([&] { tv.wrapper->tunerStopped(false); });
     EXPECT_EQ("[ZR_HBBTV]: m_channelManagerClient is null\n[ZR_HBBTV]: request close window: 1\n"
               "[ZR_HBBTV]: request close window: 3\n",
               out);
     EXPECT_TRUE(tv.browser.service()->record().openWindows.empty());
     EXPECT_EQ("[ZR_HBBTV]: notifySignalLost(): m_channelManagerClient is null\n",
-              captured([&] { tv.wrapper->notifySignalLost(); }));
+              stdoutOf([&] { tv.wrapper->notifySignalLost(); }));
 }
 
 TEST(AppManager, MediaComponentsTravelBothWays)

@@ -30,12 +30,7 @@ const String16 IProbe::descriptor("hbbtv.test.IProbe");
 
 class Probe : public android::BnInterface<IProbe> {
 public:
-    explicit Probe(std::atomic<int>* destroyed = nullptr) : m_destroyed(destroyed) {}
-    ~Probe() override { if (m_destroyed != nullptr) ++*m_destroyed; }
     int answer() override { return 42; }
-
-private:
-    std::atomic<int>* m_destroyed;
 };
 
 // Counts notices; while one runs it also calls back into the runtime, which would deadlock if
@@ -67,26 +62,23 @@ protected:
 
 } // namespace
 
-TEST_F(BinderLoopback, RegistersAndLooksUpThroughProxies)
+TEST_F(BinderLoopback, RegistersAndLooksUpThroughProxiesThatYieldTheService)
 {
     const sp<Probe> probe = new Probe;
-    EXPECT_EQ(android::BAD_VALUE, sm->addService(String16("none"), nullptr));
     ASSERT_EQ(android::OK, sm->addService(String16("probe"), probe));
-    ASSERT_EQ(android::OK, sm->addService(String16("other"), new Probe));
-
     const sp<IBinder> proxy = sm->getService(String16("probe"));
     ASSERT_NE(nullptr, proxy);
-    EXPECT_NE(android::IInterface::asBinder(probe), proxy);
     EXPECT_EQ(nullptr, proxy->localBinder());
     EXPECT_EQ(proxy, sm->checkService(String16("probe")));
-    EXPECT_EQ(IProbe::descriptor, proxy->getInterfaceDescriptor());
-    EXPECT_TRUE(proxy->isBinderAlive());
-    EXPECT_EQ(android::OK, proxy->pingBinder());
-    EXPECT_EQ(2u, sm->listServices().size());
-
     const auto start = std::chrono::steady_clock::now();
     EXPECT_EQ(nullptr, sm->getService(String16("absent")));
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(100));
+
+    // The proxy yields the service itself, for its own interface only.
+    const sp<IProbe> service = android::interface_cast<IProbe>(proxy);
+    EXPECT_EQ(probe.get(), service.get());
+    EXPECT_EQ(42, service->answer());
+    EXPECT_EQ(nullptr, proxy->queryLocalInterface(String16("hbbtv.test.IOther")));
 
     // A name registered again hands out a new binder; the old one still stands for its service.
     ASSERT_EQ(android::OK, sm->addService(String16("probe"), new Probe));
@@ -94,55 +86,36 @@ TEST_F(BinderLoopback, RegistersAndLooksUpThroughProxies)
     EXPECT_EQ(probe.get(), android::interface_cast<IProbe>(proxy).get());
 
     loopback_binder::forgetAllServices();
-    EXPECT_EQ(0u, sm->listServices().size());
+    EXPECT_EQ(nullptr, sm->checkService(String16("probe")));
     EXPECT_TRUE(proxy->isBinderAlive());
-}
-
-TEST_F(BinderLoopback, InterfaceCastThroughProxyYieldsTheService)
-{
-    const sp<Probe> probe = new Probe;
-    ASSERT_EQ(android::OK, sm->addService(String16("probe"), probe));
-    const sp<IBinder> proxy = sm->getService(String16("probe"));
-
-    const sp<IProbe> service = android::interface_cast<IProbe>(proxy);
-    EXPECT_EQ(probe.get(), service.get());
-    EXPECT_EQ(42, service->answer());
-    EXPECT_EQ(nullptr, proxy->queryLocalInterface(String16("hbbtv.test.IOther")));
 }
 
 TEST_F(BinderLoopback, DeathReachesEachLinkedRecipientOnce)
 {
-    std::atomic<int> probesDestroyed{0};
-    ASSERT_EQ(android::OK, sm->addService(String16("probe"), new Probe(&probesDestroyed)));
+    sp<Probe> probe = new Probe;
+    const wp<Probe> service = probe;
+    ASSERT_EQ(android::OK, sm->addService(String16("probe"), probe));
+    probe.clear();
     const sp<IBinder> proxy = sm->getService(String16("probe"));
 
     const sp<Recipient> plain = new Recipient;
     const sp<Recipient> withCookie = new Recipient;
     const sp<Recipient> unlinked = new Recipient;
-    const sp<Recipient> byCookie = new Recipient;
     sp<Recipient> destroyed = new Recipient;
     int cookie = 0;
-    int otherCookie = 0;
     ASSERT_EQ(android::OK, proxy->linkToDeath(plain));
     ASSERT_EQ(android::OK, proxy->linkToDeath(withCookie, &cookie));
     ASSERT_EQ(android::OK, proxy->linkToDeath(unlinked));
-    ASSERT_EQ(android::OK, proxy->linkToDeath(byCookie, &otherCookie));
     ASSERT_EQ(android::OK, proxy->linkToDeath(destroyed));
-    EXPECT_EQ(android::BAD_VALUE, proxy->linkToDeath(nullptr));
-
-    wp<IBinder::DeathRecipient> removed;
-    EXPECT_EQ(android::OK, proxy->unlinkToDeath(unlinked, nullptr, 0, &removed));
-    EXPECT_TRUE(removed == wp<IBinder::DeathRecipient>(unlinked));
-    EXPECT_EQ(android::NAME_NOT_FOUND, proxy->unlinkToDeath(unlinked));
-    EXPECT_EQ(android::OK, proxy->unlinkToDeath(nullptr, &otherCookie));
-    const wp<Recipient> gone = destroyed;
+    EXPECT_EQ(android::OK, proxy->unlinkToDeath(unlinked));
+    const wp<Recipient> gone = destroyed; // held weakly: not kept alive by the link
     destroyed.clear();
     ASSERT_EQ(nullptr, gone.promote());
 
     EXPECT_TRUE(loopback_binder::killService(String16("probe")));
     EXPECT_FALSE(loopback_binder::killService(String16("probe")));
 
-    for (const sp<Recipient>& heard : {plain, withCookie}) {
+    for (const sp<Recipient>& heard : { plain, withCookie }) {
         EXPECT_EQ(1, heard->deaths);
         EXPECT_EQ(std::this_thread::get_id(), heard->calledOn);
         EXPECT_FALSE(heard->stillRegistered);
@@ -150,25 +123,12 @@ TEST_F(BinderLoopback, DeathReachesEachLinkedRecipientOnce)
         EXPECT_TRUE(heard->lastWho == wp<IBinder>(proxy));
     }
     EXPECT_EQ(0, unlinked->deaths);
-    EXPECT_EQ(0, byCookie->deaths);
 
     EXPECT_EQ(nullptr, sm->checkService(String16("probe")));
     EXPECT_FALSE(proxy->isBinderAlive());
-    EXPECT_EQ(android::DEAD_OBJECT, proxy->pingBinder());
     EXPECT_EQ(android::DEAD_OBJECT, proxy->linkToDeath(new Recipient));
-    EXPECT_EQ(android::DEAD_OBJECT, proxy->unlinkToDeath(plain));
     EXPECT_EQ(nullptr, android::interface_cast<IProbe>(proxy));
-    EXPECT_EQ(1, probesDestroyed);  // the dead binder lets its service go
-    EXPECT_EQ(IProbe::descriptor, proxy->getInterfaceDescriptor());
-}
-
-TEST_F(BinderLoopback, LocalBinderRefusesDeathLinks)
-{
-    const sp<Probe> probe = new Probe;
-    const sp<Recipient> recipient = new Recipient;
-    EXPECT_EQ(android::INVALID_OPERATION, probe->linkToDeath(recipient));
-    EXPECT_EQ(android::INVALID_OPERATION, probe->unlinkToDeath(recipient));
-    EXPECT_TRUE(probe->isBinderAlive());
+    EXPECT_EQ(nullptr, service.promote()); // the dead binder lets its service go
 }
 
 // Look-ups, links and deaths from several threads at once. Every service and binder is kept until
@@ -181,13 +141,10 @@ TEST_F(BinderLoopback, ConcurrentRegistrationLookupAndDeath)
     std::atomic<bool> stop{false};
     std::atomic<int> heard{0};
 
-    class Counter : public IBinder::DeathRecipient {
-    public:
-        explicit Counter(std::atomic<int>* heard) : m_heard(heard) {}
-        void binderDied(const wp<IBinder>&) override { ++*m_heard; }
-
-    private:
-        std::atomic<int>* m_heard;
+    struct Counter : IBinder::DeathRecipient {
+        explicit Counter(std::atomic<int>& count) : heard(count) {}
+        void binderDied(const wp<IBinder>&) override { ++heard; }
+        std::atomic<int>& heard;
     };
     const auto nameOf = [](int writer) { return String16(("probe" + std::to_string(writer)).c_str()); };
 
@@ -195,7 +152,7 @@ TEST_F(BinderLoopback, ConcurrentRegistrationLookupAndDeath)
     for (int reader = 0; reader < 2; ++reader) {
         readers.emplace_back([&] {
             std::atomic<int> ignored{0};
-            const sp<Counter> counter = new Counter(&ignored);
+            const sp<Counter> counter = new Counter(ignored);
             while (!stop) {
                 for (int writer = 0; writer < kWriters; ++writer) {
                     const sp<IBinder> proxy = sm->checkService(nameOf(writer));
@@ -212,7 +169,7 @@ TEST_F(BinderLoopback, ConcurrentRegistrationLookupAndDeath)
     std::vector<std::thread> writers;
     for (int writer = 0; writer < kWriters; ++writer) {
         writers.emplace_back([&, writer] {
-            const sp<Counter> counter = new Counter(&heard);
+            const sp<Counter> counter = new Counter(heard);
             for (int round = 0; round < kRounds; ++round) {
                 const sp<Probe> probe = new Probe;
                 sm->addService(nameOf(writer), probe);

@@ -5,18 +5,17 @@
 #include <android/log.h>
 
 #include <chrono>
-#include <cstdio>
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
 
 #include "HbbtvBackendTVService.h"
-#include "SimulatedBrowser.h"
-#include "SimulatedHost.h"
-#include "ZR_HbbtvImplInterface.h"
+#include "support/AssertDeath.h"
+#include "support/Television.h"
 
 using hbbtv_sim::HostDecision;
+using hbbtv_test::Television;
 using std::chrono::milliseconds;
 using ZR_HBBTV_Core::ZR_HbbtvImplInterface;
 
@@ -29,39 +28,11 @@ double secondsSince(std::chrono::steady_clock::time_point start)
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
 }
 
-// One television: a host, a browser and the wrapper between them.
-struct Television {
-    hbbtv_sim::SimulatedHost host;
-    hbbtv_sim::SimulatedBrowser browser;
-    ZR_HbbtvImplInterface* wrapper = CreateHbbtvWrapper();
-
-    Television() { host.setWrapper(wrapper); }
-    ~Television() { destroyWrapper(); }
-
-    void destroyWrapper()
-    {
-        if (wrapper != nullptr) {
-            host.setWrapper(nullptr); // a host stops reporting to a wrapper it destroys
-            DestroyHbbtvWrapper(wrapper);
-            wrapper = nullptr;
-        }
-    }
-
-    // Boots, binds to the browser and lets it register its clients.
-    void bootAndBind()
-    {
-        wrapper->init(&host);
-        ASSERT_TRUE(browser.publish());
-        ASSERT_TRUE(wrapper->launchBrowser());
-        ASSERT_TRUE(browser.registerClients());
-    }
-};
-
 } // namespace
 
 TEST(EndToEnd, BindingAndRequestsRoundTrip)
 {
-    Television tv;
+    Television tv(Television::Unbound);
     tv.wrapper->init(&tv.host);
     hbbtv_sim::SimulatedHost otherHost;
     tv.wrapper->init(&otherHost); // ignored: the first server stays
@@ -93,7 +64,6 @@ TEST(EndToEnd, BindingAndRequestsRoundTrip)
 TEST(EndToEnd, UnansweredRequestComesBackNotValidAfterItsBudget)
 {
     Television tv;
-    tv.bootAndBind();
     tv.host.setDecisionFor(DVBMediaPlayer_OpenVideo, HostDecision{HostDecision::Never, 0});
     ZR_HBBTV_Core::HbbtvBackendTVService* service = ZR_HBBTV_Core::HbbtvBackendTVService::instantiate(nullptr, nullptr);
     std::unique_ptr<HbbtvServiceRequestAnswer> answer = HbbtvServiceRequestAnswer::create();
@@ -109,7 +79,6 @@ TEST(EndToEnd, UnansweredRequestComesBackNotValidAfterItsBudget)
 TEST(EndToEnd, BrowserDeathTellsTheHostOnceAndRebindWorks)
 {
     Television tv;
-    tv.bootAndBind();
     ASSERT_TRUE(tv.browser.die());
     ASSERT_TRUE(tv.host.waitForBrowserDied(1, kWait));
     EXPECT_TRUE(tv.wrapper->isBrowserReady()); // only the death watch and the pid are reset
@@ -127,7 +96,6 @@ TEST(EndToEnd, BrowserDeathTellsTheHostOnceAndRebindWorks)
 TEST(EndToEnd, LateCallsAfterTeardownAreHarmlessAndReinitRefuses)
 {
     Television tv;
-    tv.bootAndBind();
     const android::sp<ITVService> service = tv.browser.tvService();
     const android::sp<IYXTClient> client = tv.browser.service()->client();
     ASSERT_NE(nullptr, client);
@@ -158,7 +126,6 @@ TEST(EndToEnd, LateCallsAfterTeardownAreHarmlessAndReinitRefuses)
 TEST(EndToEnd, KeyClickWaitsForTheBrowsersVerdict)
 {
     Television tv;
-    tv.bootAndBind();
     const int red = 398;
     tv.browser.service()->setKeyReply(hbbtv_sim::KeyReply{true, false, 5});
     EXPECT_FALSE(tv.wrapper->keyClick(red)); // neither event consumed: the host handles the key
@@ -180,7 +147,6 @@ TEST(EndToEnd, KeyClickWaitsForTheBrowsersVerdict)
 TEST(EndToEnd, TeletextToggleIsRemappedForTheHost)
 {
     Television tv;
-    tv.bootAndBind();
     tv.browser.dsmccClient()->setTeletextAnswer(1);
     EXPECT_EQ(2, tv.wrapper->toggleDigitalTeletext()); // switched on, then reset with 0
     EXPECT_EQ((std::vector<int>{1, 0}), tv.browser.dsmccClient()->record().teletextToggles);
@@ -199,34 +165,26 @@ TEST(EndToEnd, DefaultBodiesAnswerThroughTheService)
         }
     });
     __android_log_set_minimum_priority(ANDROID_LOG_DEBUG);
-    Television tv;
-    tv.bootAndBind(); // the browser's registration of its recording client reaches a default body too
+    Television tv; // the browser's registration of its recording client reaches a default body too
     ASSERT_EQ(1u, lines.size());
     lines.clear();
     const android::sp<ITVService> service = tv.browser.tvService();
     service->registerRecordingManagerClient(tv.browser.recordingManagerClient());
     EXPECT_EQ(100, static_cast<int>(service->bindToCurrentInput()));
-    ASSERT_EQ(2u, lines.size());
-    EXPECT_EQ("NOT IMPLEMENTED: virtual void ITVService::registerRecordingManagerClient(const "
-              "android::sp<IRecordingManagerClient>&) at ITVService, line 96",
-              lines[0]);
-    EXPECT_EQ("NOT IMPLEMENTED: virtual NCOR::Broadcast::PlayStateError ITVService::bindToCurrentInput() at "
-              "ITVService, line 680",
-              lines[1]);
+    ASSERT_EQ(2u, lines.size()); // their exact lines are checked with the interface's defaults
+    EXPECT_NE(std::string::npos, lines[0].find("ITVService::registerRecordingManagerClient("));
+    EXPECT_NE(std::string::npos, lines[1].find("ITVService::bindToCurrentInput()"));
     EXPECT_TRUE(tv.host.record().requests.empty());
 }
 
 TEST(EndToEndSlow, LaunchBrowserGivesUpAfterElevenLookups)
 {
     // The one test that runs the binding protocol's ten one-second sleeps as they are.
-    Television tv;
+    Television tv(Television::Unbound);
     tv.wrapper->init(&tv.host);
-    testing::internal::CaptureStdout();
     const auto start = std::chrono::steady_clock::now();
-    EXPECT_TRUE(tv.wrapper->launchBrowser());
+    const std::string out = hbbtv_test::stdoutOf([&] { EXPECT_TRUE(tv.wrapper->launchBrowser()); });
     const double elapsed = secondsSince(start);
-    fflush(stdout);
-    const std::string out = testing::internal::GetCapturedStdout();
     EXPECT_GE(elapsed, 10.0);
     EXPECT_LT(elapsed, 20.0);
     EXPECT_NE(std::string::npos, out.find("com.kalto.YXTService not published,...\n"));

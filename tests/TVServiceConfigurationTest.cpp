@@ -2,6 +2,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <thread>
+#include <tuple>
 
 #include <gtest/gtest.h>
 
@@ -9,21 +10,9 @@
 
 using namespace ZR_HBBTV_Core;
 using hbbtv_test::countOf;
+using hbbtv_test::Wire;
 
-namespace {
-
-class TVServiceConfiguration : public hbbtv_test::TVServiceTest {
-protected:
-    void answerInt(int command, int value)
-    {
-        answer(command, [value](const HbbtvCommandPayload&, HbbtvServiceRequestAnswer& answer) {
-            answer.valid = 1;
-            answer.intValue1 = value;
-        });
-    }
-};
-
-} // namespace
+using TVServiceConfiguration = hbbtv_test::TVServiceTest;
 
 TEST_F(TVServiceConfiguration, ConfigurationTextsEndAtTheirTerminator)
 {
@@ -52,13 +41,11 @@ TEST_F(TVServiceConfiguration, ConfigurationTextsEndAtTheirTerminator)
     EXPECT_EQ("eng", subtitles);
     EXPECT_EQ(std::string(256, 'f'), audio);
 
-    const std::vector<int> expected
-        = { ConfigCommand_GetCountryID, ConfigCommand_GetSubtitleLanguage, ConfigCommand_GetAudioLanguage };
-    EXPECT_EQ(expected, commands());
+    const std::vector<Wire> expected = { { ConfigCommand_GetCountryID, 0, 0, "", "" },
+        { ConfigCommand_GetSubtitleLanguage, 0, 0, "", "" }, { ConfigCommand_GetAudioLanguage, 0, 0, "", "" } };
+    EXPECT_EQ(expected, wires());
     for (const hbbtv_sim::ReceivedRequest& request : requests()) {
         EXPECT_EQ(hbbtv_sim::PayloadRecord::Base, request.record);
-        EXPECT_EQ(0, request.param1);
-        EXPECT_EQ(0, request.param2);
     }
 
     // A refused answer leaves the text alone.
@@ -77,10 +64,8 @@ TEST_F(TVServiceConfiguration, AudioDescriptionSwitch)
     EXPECT_EQ("\e[0;32;32m[MSG][HbbTV-???]getAudioDescriptionEnable pass in\e[0m\n"
               "\e[0;32;32m[MSG][HbbTV-???]getAudioDescriptionEnable pass out, AD : 1\e[0m\n",
         output);
-    ASSERT_EQ(1u, requests().size());
-    EXPECT_EQ(ConfigCommand_GetAudioDescription, requests()[0].command);
+    EXPECT_EQ(std::vector<Wire> { Wire(ConfigCommand_GetAudioDescription, 0, 0, "", "") }, wires());
     EXPECT_EQ(hbbtv_sim::PayloadRecord::WithStrParams, requests()[0].record);
-    EXPECT_EQ("", requests()[0].strParam1);
 
     answerInt(ConfigCommand_GetAudioDescription, 0);
     EXPECT_FALSE(service().getAudioDescriptionEnable());
@@ -165,21 +150,15 @@ TEST_F(TVServiceConfiguration, DevicePropertiesNeedTheSerialNumber)
 
 TEST_F(TVServiceConfiguration, StringToIntReadsDigitsAndFlagsAnythingButFour)
 {
+    // Text, the flag before, the value, the flag after: only ever cleared.
+    const std::tuple<std::string, bool, int, bool> cases[] = { { "0042", true, 42, true }, { "12a4", true, 124, false },
+        { "12345", true, 12345, false }, { "", true, 0, false }, { "1234", false, 1234, false } };
+    for (const auto& c : cases) {
+        bool ok = std::get<1>(c);
+        EXPECT_EQ(std::get<2>(c), service().StringToInt(std::get<0>(c), ok)) << std::get<0>(c);
+        EXPECT_EQ(std::get<3>(c), ok) << std::get<0>(c);
+    }
     bool ok = true;
-    EXPECT_EQ(42, service().StringToInt("0042", ok));
-    EXPECT_TRUE(ok);
-    EXPECT_EQ(124, service().StringToInt("12a4", ok));
-    EXPECT_FALSE(ok);
-    ok = true;
-    EXPECT_EQ(12345, service().StringToInt("12345", ok));
-    EXPECT_FALSE(ok);
-    ok = true;
-    EXPECT_EQ(0, service().StringToInt("", ok));
-    EXPECT_FALSE(ok);
-    ok = false;
-    EXPECT_EQ(1234, service().StringToInt("1234", ok));
-    EXPECT_FALSE(ok); // only ever cleared
-    ok = true;
     service().StringToInt(std::string(40, '9'), ok); // wraps rather than overflowing
     EXPECT_FALSE(ok);
 

@@ -2,6 +2,7 @@
 // check of its stub, its local-only typed view, and the order of its operations.
 #include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <android/log.h>
@@ -30,17 +31,9 @@ std::vector<LogLine>& capturedLines()
     return lines;
 }
 
-// Log lines and calls of the two-argument registerStreamEvent, in the order they happened.
-std::vector<std::string>& sequence()
-{
-    static std::vector<std::string> events;
-    return events;
-}
-
 void captureLine(const __android_logger_data* data, const char* message)
 {
     capturedLines().push_back({ data->priority, data->tag != nullptr ? data->tag : "", message });
-    sequence().push_back(std::string("log: ") + message);
 }
 
 // Implements the pure operations trivially and leaves every default body in force.
@@ -56,10 +49,12 @@ public:
     void suspendBroadcastService() override { }
     void resumeBroadcastService() override { }
     bool isBroadcastServiceSuspended() override { return false; }
+    // Records the call, with the number of log lines written before it.
     void registerStreamEvent(const std::string& target, const std::string& eventName) override
     {
-        sequence().push_back("registerStreamEvent(" + target + ", " + eventName + ")");
+        streamEvent = target + ", " + eventName + " after " + std::to_string(capturedLines().size());
     }
+    std::string streamEvent;
     void unregisterStreamEvent(const std::string&, const std::string&) override { }
     void unregisterAllStreamEvents() override { }
     bool getCurrentChannel(NCOR::ChannelTunerData&) override { return false; }
@@ -112,7 +107,6 @@ protected:
     void SetUp() override
     {
         capturedLines().clear();
-        sequence().clear();
         __android_log_set_logger(captureLine);
         __android_log_set_minimum_priority(ANDROID_LOG_DEBUG);
         __android_log_set_default_tag(kDefaultTag);
@@ -123,7 +117,21 @@ protected:
 
 std::string longForm(const std::string& function, int line)
 {
-    return "NOT IMPLEMENTED: " + function + " at ITVService, line " + std::to_string(line);
+    return "NOT IMPLEMENTED: virtual " + function + " at ITVService, line " + std::to_string(line);
+}
+
+void expectTextLeftAlone(ITVService& tv, void (ITVService::*get)(std::string&))
+{
+    std::string text = "unchanged";
+    (tv.*get)(text);
+    EXPECT_EQ("unchanged", text);
+}
+
+template <typename T> void expectListLeftEmpty(ITVService& tv, void (ITVService::*get)(std::vector<T*>&))
+{
+    std::vector<T*> items;
+    (tv.*get)(items);
+    EXPECT_TRUE(items.empty());
 }
 
 } // namespace
@@ -135,29 +143,20 @@ TEST_F(TVServiceDefaults, EachDefaultBodyLogsItsLineAndReturnsItsValue)
     const NCOR::ChannelTunerData channel;
     const NCOR::RecordingData recording;
     const NCOR::ScheduledRecordingData scheduledRecording;
-    const NCOR::ReminderData reminder;
     const NCOR::ScheduledReminderData scheduledReminder;
 
-    auto leavesTextAlone = [&](void (ITVService::*getter)(std::string&)) {
-        std::string text = "unchanged";
-        (tv.*getter)(text);
-        EXPECT_EQ("unchanged", text);
-    };
-
-    struct DefaultBody {
-        std::string message;
-        std::function<void()> call;
-    };
-    const DefaultBody bodies[] = {
-        { longForm(
-              "virtual void ITVService::registerRecordingManagerClient(const android::sp<IRecordingManagerClient>&)",
-              96),
+    const std::pair<std::string, std::function<void()>> bodies[] = {
+        { longForm("void ITVService::registerRecordingManagerClient(const android::sp<IRecordingManagerClient>&)", 96),
             [&] { tv.registerRecordingManagerClient(nullptr); } },
         { longForm(
-              "virtual NCOR::Broadcast::PlayStateError ITVService::bindToCurrentChannel(const NCOR::ChannelTunerData&)",
-              203),
+              "NCOR::Broadcast::PlayStateError ITVService::bindToCurrentChannel(const NCOR::ChannelTunerData&)", 203),
             [&] { EXPECT_EQ(100, tv.bindToCurrentChannel(channel)); } },
-        { longForm("virtual void ITVService::getSIDescriptors(const std::string&, NCOR::EIT::DescriptorTag, "
+        { longForm("void ITVService::registerStreamEvent(const std::string&, const std::string&, bool, long int)", 148),
+            [&] { // logs, then reaches the two-argument form
+                tv.registerStreamEvent("dvb://1.2.3.4", "goal", true, 77);
+                EXPECT_EQ("dvb://1.2.3.4, goal after 1", service->streamEvent);
+            } },
+        { longForm("void ITVService::getSIDescriptors(const std::string&, NCOR::EIT::DescriptorTag, "
                    "NCOR::EIT::ExtensionDescriptorTag, std::vector<std::vector<unsigned char> >&)",
               240),
             [&] {
@@ -166,7 +165,7 @@ TEST_F(TVServiceDefaults, EachDefaultBodyLogsItsLineAndReturnsItsValue)
                     "programme", NCOR::EIT::DESCRIPTOR_SHORT_EVENT, NCOR::EIT::EXTENSION_IMAGE_ICON, descriptors);
                 EXPECT_EQ(1u, descriptors.size());
             } },
-        { longForm("virtual bool ITVService::getAllProgrammesForChannel(const NCOR::ChannelTunerData&, "
+        { longForm("bool ITVService::getAllProgrammesForChannel(const NCOR::ChannelTunerData&, "
                    "std::vector<NCOR::ProgrammeData*>&)",
               250),
             [&] {
@@ -174,106 +173,68 @@ TEST_F(TVServiceDefaults, EachDefaultBodyLogsItsLineAndReturnsItsValue)
                 EXPECT_FALSE(tv.getAllProgrammesForChannel(channel, programmes));
                 EXPECT_TRUE(programmes.empty());
             } },
-        { longForm("virtual void ITVService::selectAVComponentByType(NCOR::Broadcast::ComponentType)", 283),
+        { longForm("void ITVService::selectAVComponentByType(NCOR::Broadcast::ComponentType)", 283),
             [&] { tv.selectAVComponentByType(NCOR::Broadcast::COMPONENT_TYPE_AUDIO); } },
-        { longForm("virtual void ITVService::unselectAVComponentByType(NCOR::Broadcast::ComponentType)", 291),
+        { longForm("void ITVService::unselectAVComponentByType(NCOR::Broadcast::ComponentType)", 291),
             [&] { tv.unselectAVComponentByType(NCOR::Broadcast::COMPONENT_TYPE_SUBTITLE); } },
-        { longForm("virtual bool ITVService::getAudioDescriptionEnable()", 308),
+        { longForm("bool ITVService::getAudioDescriptionEnable()", 308),
             [&] { EXPECT_FALSE(tv.getAudioDescriptionEnable()); } },
-        { longForm("virtual bool ITVService::canScheduleRecordings() const", 443),
+        { longForm("bool ITVService::canScheduleRecordings() const", 443),
             [&] { EXPECT_FALSE(static_cast<const ITVService&>(tv).canScheduleRecordings()); } },
-        { longForm(
-              "virtual NCOR::Broadcast::RecordingState ITVService::scheduleRecording(const NCOR::RecordingData&)", 453),
+        { longForm("NCOR::Broadcast::RecordingState ITVService::scheduleRecording(const NCOR::RecordingData&)", 453),
             [&] { EXPECT_EQ(4, tv.scheduleRecording(recording)); } },
-        { longForm("virtual void ITVService::removeRecording(const NCOR::ScheduledRecordingData&)", 463),
+        { longForm("void ITVService::removeRecording(const NCOR::ScheduledRecordingData&)", 463),
             [&] { tv.removeRecording(scheduledRecording); } },
-        { longForm("virtual void ITVService::updateScheduledRecording(const NCOR::ScheduledRecordingData&)", 472),
+        { longForm("void ITVService::updateScheduledRecording(const NCOR::ScheduledRecordingData&)", 472),
             [&] { tv.updateScheduledRecording(scheduledRecording); } },
-        { longForm(
-              "virtual NCOR::Broadcast::RecordingState ITVService::startRecording(const NCOR::RecordingData&)", 480),
+        { longForm("NCOR::Broadcast::RecordingState ITVService::startRecording(const NCOR::RecordingData&)", 480),
             [&] { EXPECT_EQ(4, tv.startRecording(recording)); } },
-        { longForm(
-              "virtual NCOR::Broadcast::RecordingState ITVService::stopRecording(const NCOR::RecordingData&)", 489),
+        { longForm("NCOR::Broadcast::RecordingState ITVService::stopRecording(const NCOR::RecordingData&)", 489),
             [&] { EXPECT_EQ(4, tv.stopRecording(recording)); } },
-        { longForm("virtual void ITVService::getRecordings(std::vector<NCOR::RecordingData*>&)", 500),
-            [&] {
-                std::vector<NCOR::RecordingData*> recordings;
-                tv.getRecordings(recordings);
-                EXPECT_TRUE(recordings.empty());
-            } },
-        { longForm("virtual void ITVService::getScheduledRecordings(std::vector<NCOR::ScheduledRecordingData*>&)", 510),
-            [&] {
-                std::vector<NCOR::ScheduledRecordingData*> recordings;
-                tv.getScheduledRecordings(recordings);
-                EXPECT_TRUE(recordings.empty());
-            } },
-        { longForm("virtual void ITVService::getModelName(std::string&)", 554),
-            [&] { leavesTextAlone(&ITVService::getModelName); } },
-        { longForm("virtual void ITVService::getSoftwareVersion(std::string&)", 562),
-            [&] { leavesTextAlone(&ITVService::getSoftwareVersion); } },
-        { longForm("virtual void ITVService::getHardwareVersion(std::string&)", 570),
-            [&] { leavesTextAlone(&ITVService::getHardwareVersion); } },
-        { longForm("virtual void ITVService::getSerialNumber(std::string&)", 578),
-            [&] { leavesTextAlone(&ITVService::getSerialNumber); } },
-        { longForm("virtual void ITVService::leaveLiveIn()", 628), [&] { tv.leaveLiveIn(); } },
-        { longForm("virtual void ITVService::returnLiveIn()", 637), [&] { tv.returnLiveIn(); } },
-        { longForm("virtual bool ITVService::reminderSupported()", 642),
-            [&] { EXPECT_FALSE(tv.reminderSupported()); } },
+        { longForm("void ITVService::getRecordings(std::vector<NCOR::RecordingData*>&)", 500),
+            [&] { expectListLeftEmpty(tv, &ITVService::getRecordings); } },
+        { longForm("void ITVService::getScheduledRecordings(std::vector<NCOR::ScheduledRecordingData*>&)", 510),
+            [&] { expectListLeftEmpty(tv, &ITVService::getScheduledRecordings); } },
+        { longForm("void ITVService::getModelName(std::string&)", 554),
+            [&] { expectTextLeftAlone(tv, &ITVService::getModelName); } },
+        { longForm("void ITVService::getSoftwareVersion(std::string&)", 562),
+            [&] { expectTextLeftAlone(tv, &ITVService::getSoftwareVersion); } },
+        { longForm("void ITVService::getHardwareVersion(std::string&)", 570),
+            [&] { expectTextLeftAlone(tv, &ITVService::getHardwareVersion); } },
+        { longForm("void ITVService::getSerialNumber(std::string&)", 578),
+            [&] { expectTextLeftAlone(tv, &ITVService::getSerialNumber); } },
+        { longForm("void ITVService::leaveLiveIn()", 628), [&] { tv.leaveLiveIn(); } },
+        { longForm("void ITVService::returnLiveIn()", 637), [&] { tv.returnLiveIn(); } },
+        { longForm("bool ITVService::reminderSupported()", 642), [&] { EXPECT_FALSE(tv.reminderSupported()); } },
         { "NOT IMPLEMENTED: virtual bool ITVService::canScheduleReminders(), line 648",
             [&] { EXPECT_FALSE(tv.canScheduleReminders()); } },
         { "NOT IMPLEMENTED: virtual NCOR::Broadcast::ReminderState ITVService::scheduleReminder(const "
           "NCOR::ReminderData&) , line 654",
-            [&] { EXPECT_EQ(4, tv.scheduleReminder(reminder)); } },
-        { longForm("virtual void ITVService::removeReminder(const NCOR::ScheduledReminderData&)", 660),
+            [&] { EXPECT_EQ(4, tv.scheduleReminder(NCOR::ReminderData())); } },
+        { longForm("void ITVService::removeReminder(const NCOR::ScheduledReminderData&)", 660),
             [&] { tv.removeReminder(scheduledReminder); } },
-        { longForm("virtual void ITVService::updateScheduledReminder(const NCOR::ScheduledReminderData&)", 665),
+        { longForm("void ITVService::updateScheduledReminder(const NCOR::ScheduledReminderData&)", 665),
             [&] { tv.updateScheduledReminder(scheduledReminder); } },
-        { longForm("virtual void ITVService::getScheduledReminders(std::vector<NCOR::ScheduledReminderData*>&)", 670),
-            [&] {
-                std::vector<NCOR::ScheduledReminderData*> reminders;
-                tv.getScheduledReminders(reminders);
-                EXPECT_TRUE(reminders.empty());
-            } },
-        { longForm("virtual NCOR::Broadcast::PlayStateError ITVService::bindToCurrentInput()", 680),
+        { longForm("void ITVService::getScheduledReminders(std::vector<NCOR::ScheduledReminderData*>&)", 670),
+            [&] { expectListLeftEmpty(tv, &ITVService::getScheduledReminders); } },
+        { longForm("NCOR::Broadcast::PlayStateError ITVService::bindToCurrentInput()", 680),
             [&] { EXPECT_EQ(100, tv.bindToCurrentInput()); } },
-        { longForm("virtual bool ITVService::getCurrentInputSource(NCOR::InputSourceData&)", 691),
+        { longForm("bool ITVService::getCurrentInputSource(NCOR::InputSourceData&)", 691),
             [&] {
                 NCOR::InputSourceData source;
                 EXPECT_FALSE(tv.getCurrentInputSource(source));
             } },
     };
 
-    for (const DefaultBody& body : bodies) {
-        SCOPED_TRACE(body.message);
+    for (const auto& body : bodies) {
+        SCOPED_TRACE(body.first);
         capturedLines().clear();
-        body.call();
+        body.second();
         ASSERT_EQ(1u, capturedLines().size());
-        EXPECT_EQ(body.message, capturedLines()[0].message);
+        EXPECT_EQ(body.first, capturedLines()[0].message);
         EXPECT_EQ(ANDROID_LOG_DEBUG, capturedLines()[0].priority);
         EXPECT_EQ(kDefaultTag, capturedLines()[0].tag);
     }
-}
-
-TEST_F(TVServiceDefaults, FourArgumentStreamEventLogsThenReachesTheTwoArgumentForm)
-{
-    android::sp<TestService> service = new TestService;
-    sequence().clear();
-    capturedLines().clear();
-
-    android::sp<ITVService> tv = service;
-    tv->registerStreamEvent("dvb://1.2.3.4", "goal", true, 77);
-
-    const std::vector<std::string> expected = {
-        "log: "
-            + longForm("virtual void ITVService::registerStreamEvent(const std::string&, const std::string&, bool, "
-                       "long int)",
-                148),
-        "registerStreamEvent(dvb://1.2.3.4, goal)",
-    };
-    EXPECT_EQ(expected, sequence());
-    ASSERT_EQ(1u, capturedLines().size());
-    EXPECT_EQ(ANDROID_LOG_DEBUG, capturedLines()[0].priority);
-    EXPECT_EQ(kDefaultTag, capturedLines()[0].tag);
 }
 
 TEST_F(TVServiceDefaults, StubChecksTheInterfaceVersionOnConstruction)
@@ -311,91 +272,31 @@ TEST(TVServiceSlots, OperationsSitInTheirSlotsAfterTheMetaInterface)
 
     EXPECT_EQ(3, slotIndex(&ITVService::getInterfaceDescriptor));
 
-    const long slots[] = {
-        slotIndex(&ITVService::registerAITSignallingClient),
-        slotIndex(&ITVService::registerChannelManagerClient),
-        slotIndex(&ITVService::registerDSMCCClient),
-        slotIndex(&ITVService::registerRecordingManagerClient),
-        slotIndex(&ITVService::registerTvConfigurationClient),
-        slotIndex(&ITVService::requestOCResourceMount),
-        slotIndex(&ITVService::suspendBroadcastService),
-        slotIndex(&ITVService::resumeBroadcastService),
-        slotIndex(&ITVService::isBroadcastServiceSuspended),
-        slotIndex(static_cast<void (ITVService::*)(const std::string&, const std::string&)>(
-            &ITVService::registerStreamEvent)),
-        slotIndex(static_cast<void (ITVService::*)(const std::string&, const std::string&, bool, long)>(
-            &ITVService::registerStreamEvent)),
-        slotIndex(&ITVService::unregisterStreamEvent),
-        slotIndex(&ITVService::unregisterAllStreamEvents),
-        slotIndex(&ITVService::getCurrentChannel),
-        slotIndex(&ITVService::getChannelList),
-        slotIndex(&ITVService::canResolveURI),
-        slotIndex(&ITVService::setViewport),
-        slotIndex(&ITVService::bindToCurrentChannel),
-        slotIndex(&ITVService::tune),
-        slotIndex(&ITVService::stopVideo),
-        slotIndex(&ITVService::releaseVideo),
-        slotIndex(&ITVService::getProgrammes),
-        slotIndex(&ITVService::getSIDescriptors),
-        slotIndex(&ITVService::getAllProgrammesForChannel),
-        slotIndex(&ITVService::getAVComponents),
-        slotIndex(&ITVService::getActiveAVComponents),
-        slotIndex(&ITVService::selectAVComponent),
-        slotIndex(&ITVService::unselectAVComponent),
-        slotIndex(&ITVService::selectAVComponentByType),
-        slotIndex(&ITVService::unselectAVComponentByType),
-        slotIndex(&ITVService::isTrickPlaySupported),
-        slotIndex(&ITVService::getAudioDescriptionEnable),
-        slotIndex(&ITVService::getPreferredAudioLanguage),
-        slotIndex(&ITVService::setPreferredAudioLanguage),
-        slotIndex(&ITVService::getPreferredSubtitleLanguage),
-        slotIndex(&ITVService::setPreferredSubtitleLanguage),
-        slotIndex(&ITVService::getCountryId),
-        slotIndex(&ITVService::setCountryId),
-        slotIndex(&ITVService::getRegionId),
-        slotIndex(&ITVService::setRegionId),
-        slotIndex(&ITVService::getPvrPolicy),
-        slotIndex(&ITVService::setPvrPolicy),
-        slotIndex(&ITVService::getPvrSaveEpisodes),
-        slotIndex(&ITVService::setPvrSaveEpisodes),
-        slotIndex(&ITVService::getPvrSaveDays),
-        slotIndex(&ITVService::setPvrSaveDays),
-        slotIndex(&ITVService::getPvrStartPadding),
-        slotIndex(&ITVService::setPvrStartPadding),
-        slotIndex(&ITVService::getPvrEndPadding),
-        slotIndex(&ITVService::setPvrEndPadding),
-        slotIndex(&ITVService::canScheduleRecordings),
-        slotIndex(&ITVService::scheduleRecording),
-        slotIndex(&ITVService::removeRecording),
-        slotIndex(&ITVService::updateScheduledRecording),
-        slotIndex(&ITVService::startRecording),
-        slotIndex(&ITVService::stopRecording),
-        slotIndex(&ITVService::getRecordings),
-        slotIndex(&ITVService::getScheduledRecordings),
-        slotIndex(&ITVService::getParentalControlPINEnable),
-        slotIndex(&ITVService::verifyParentalControlPIN),
-        slotIndex(&ITVService::getParentalControlThreshold),
-        slotIndex(&ITVService::getModelName),
-        slotIndex(&ITVService::getSoftwareVersion),
-        slotIndex(&ITVService::getHardwareVersion),
-        slotIndex(&ITVService::getSerialNumber),
-        slotIndex(&ITVService::pvrSupported),
-        slotIndex(&ITVService::getSupportedAVProfiles),
-        slotIndex(&ITVService::getSupportedParentalSchemes),
-        slotIndex(&ITVService::getSupportedChannelIDType),
-        slotIndex(&ITVService::extraSDVideoDecodes),
-        slotIndex(&ITVService::extraHDVideoDecodes),
-        slotIndex(&ITVService::leaveLiveIn),
-        slotIndex(&ITVService::returnLiveIn),
-        slotIndex(&ITVService::reminderSupported),
-        slotIndex(&ITVService::canScheduleReminders),
-        slotIndex(&ITVService::scheduleReminder),
-        slotIndex(&ITVService::removeReminder),
-        slotIndex(&ITVService::updateScheduledReminder),
-        slotIndex(&ITVService::getScheduledReminders),
-        slotIndex(&ITVService::bindToCurrentInput),
-        slotIndex(&ITVService::getCurrentInputSource),
-    };
+    typedef void (ITVService::*StreamEvent)(const std::string&, const std::string&);
+    typedef void (ITVService::*TimedStreamEvent)(const std::string&, const std::string&, bool, long);
+#define S(operation) slotIndex(&ITVService::operation)
+    const long slots[] = { S(registerAITSignallingClient), S(registerChannelManagerClient), S(registerDSMCCClient),
+        S(registerRecordingManagerClient), S(registerTvConfigurationClient), S(requestOCResourceMount),
+        S(suspendBroadcastService), S(resumeBroadcastService), S(isBroadcastServiceSuspended),
+        slotIndex(StreamEvent(&ITVService::registerStreamEvent)),
+        slotIndex(TimedStreamEvent(&ITVService::registerStreamEvent)), S(unregisterStreamEvent),
+        S(unregisterAllStreamEvents), S(getCurrentChannel), S(getChannelList), S(canResolveURI), S(setViewport),
+        S(bindToCurrentChannel), S(tune), S(stopVideo), S(releaseVideo), S(getProgrammes), S(getSIDescriptors),
+        S(getAllProgrammesForChannel), S(getAVComponents), S(getActiveAVComponents), S(selectAVComponent),
+        S(unselectAVComponent), S(selectAVComponentByType), S(unselectAVComponentByType), S(isTrickPlaySupported),
+        S(getAudioDescriptionEnable), S(getPreferredAudioLanguage), S(setPreferredAudioLanguage),
+        S(getPreferredSubtitleLanguage), S(setPreferredSubtitleLanguage), S(getCountryId), S(setCountryId),
+        S(getRegionId), S(setRegionId), S(getPvrPolicy), S(setPvrPolicy), S(getPvrSaveEpisodes), S(setPvrSaveEpisodes),
+        S(getPvrSaveDays), S(setPvrSaveDays), S(getPvrStartPadding), S(setPvrStartPadding), S(getPvrEndPadding),
+        S(setPvrEndPadding), S(canScheduleRecordings), S(scheduleRecording), S(removeRecording),
+        S(updateScheduledRecording), S(startRecording), S(stopRecording), S(getRecordings), S(getScheduledRecordings),
+        S(getParentalControlPINEnable), S(verifyParentalControlPIN), S(getParentalControlThreshold), S(getModelName),
+        S(getSoftwareVersion), S(getHardwareVersion), S(getSerialNumber), S(pvrSupported), S(getSupportedAVProfiles),
+        S(getSupportedParentalSchemes), S(getSupportedChannelIDType), S(extraSDVideoDecodes), S(extraHDVideoDecodes),
+        S(leaveLiveIn), S(returnLiveIn), S(reminderSupported), S(canScheduleReminders), S(scheduleReminder),
+        S(removeReminder), S(updateScheduledReminder), S(getScheduledReminders), S(bindToCurrentInput),
+        S(getCurrentInputSource) };
+#undef S
     ASSERT_EQ(81u, sizeof(slots) / sizeof(slots[0]));
     for (long i = 0; i < 81; ++i) {
         EXPECT_EQ(4 + i, slots[i]) << "operation " << i + 1;

@@ -7,8 +7,8 @@
 #include "support/TVServiceHarness.h"
 
 using namespace ZR_HBBTV_Core;
-using hbbtv_sim::ReceivedRequest;
 using hbbtv_test::countOf;
+using hbbtv_test::Wire;
 
 namespace {
 
@@ -37,30 +37,9 @@ void writeProgramme(HbbtvServiceRequestAnswer& answer, uint32_t start, const cha
     answer.valid = 1;
 }
 
-HbbtvEPGInformation event(uint32_t start, const std::string& name, uint8_t rating)
-{
-    HbbtvEPGInformation e;
-    e.word0 = 1;
-    e.word1 = start;
-    e.word2 = 2;
-    e.word3 = 3600;
-    e.text1 = name;
-    e.text2 = "short";
-    e.text3 = "long";
-    e.text4 = "genre";
-    e.parentalRating = rating;
-    e.value16 = 12;
-    e.text5 = "programme-" + name;
-    e.byte0 = 1;
-    e.byte1 = 2;
-    e.byte2 = 3;
-    e.byte3 = 4;
-    return e;
-}
-
 } // namespace
 
-TEST_F(TVServiceProgrammes, PresentThenFollowingProgramme)
+TEST_F(TVServiceProgrammes, PresentThenFollowingProgrammeWithOverlongTextsCut)
 {
     answer(
         ProgrammeCommand_GetProgrammeInfo, [](const HbbtvCommandPayload& request, HbbtvServiceRequestAnswer& answer) {
@@ -71,12 +50,9 @@ TEST_F(TVServiceProgrammes, PresentThenFollowingProgramme)
     std::vector<NCOR::ProgrammeData*> programmes = { &stale }; // dropped, not freed
     service().getProgrammes(programmes);
 
-    const std::vector<ReceivedRequest> sent = requests();
-    ASSERT_EQ(2u, sent.size());
-    EXPECT_EQ(ProgrammeCommand_GetProgrammeInfo, sent[0].command);
-    EXPECT_EQ(1, sent[0].param1);
-    EXPECT_EQ(0, sent[1].param1);
-    EXPECT_EQ(0, sent[1].param2);
+    const std::vector<Wire> expected
+        = { { ProgrammeCommand_GetProgrammeInfo, 1, 0, "", "" }, { ProgrammeCommand_GetProgrammeInfo, 0, 0, "", "" } };
+    EXPECT_EQ(expected, wires());
 
     ASSERT_EQ(2u, programmes.size());
     EXPECT_EQ("Now", programmes[0]->getName());
@@ -91,17 +67,24 @@ TEST_F(TVServiceProgrammes, PresentThenFollowingProgramme)
         delete p;
     }
 
-    // Only the following programme answered: one record, from the second request.
+    // Only the following programme answered: one record, from the second request. Its texts say
+    // they are longer than their records: cut, with a complaint.
     answer(
         ProgrammeCommand_GetProgrammeInfo, [](const HbbtvCommandPayload& request, HbbtvServiceRequestAnswer& answer) {
             if (request.param1 == 0) {
                 writeProgramme(answer, 0xFFFFFFFFu, "Next");
+                auto& info = static_cast<HbbtvServiceRequestProgramInfoAnswer&>(answer).programInfo;
+                info.text1 = std::string(400, 'L').c_str(); // the text keeps 254, the length says 400
+                memset(static_cast<void*>(&info.text2), 'D', sizeof(info.text2)); // no terminator, huge length
             }
         });
-    service().getProgrammes(programmes);
+    const std::string output = stdoutOf([&] { service().getProgrammes(programmes); });
     ASSERT_EQ(1u, programmes.size());
-    EXPECT_EQ("Next", programmes[0]->getName());
     EXPECT_EQ(4294967295.0, programmes[0]->getStartTime());
+    EXPECT_EQ(std::string(254, 'L'), programmes[0]->getName());
+    EXPECT_EQ(std::string(254, 'D'), programmes[0]->getDescription());
+    EXPECT_EQ(1u, countOf(output, "programme name: host text length 400 past the record's 254 characters, cut"));
+    EXPECT_EQ(1u, countOf(output, "programme description: host text length"));
     delete programmes[0];
 }
 
@@ -113,8 +96,11 @@ TEST_F(TVServiceProgrammes, WholeScheduleIsFilledInPlaceByTheHost)
             resultInSharedRegion = inSharedRegion(request.resultAddress);
             auto* const schedule
                 = static_cast<std::vector<HbbtvEPGInformation>*>(fromWireAddress(request.resultAddress));
-            schedule->push_back(event(1000, "first", 2));
-            schedule->push_back(event(4600, "second", 3));
+            // Words 0 to 3, texts 1 to 4, rating, a 16-bit value, text 5, bytes 0 to 3.
+            schedule->push_back(
+                { 1, 1000, 2, 3600, "first", "short", "long", "genre", 2, 12, "programme-first", 1, 2, 3, 4 });
+            schedule->push_back(
+                { 1, 4600, 2, 3600, "second", "short", "long", "genre", 3, 12, "programme-second", 1, 2, 3, 4 });
             answer.valid = 1;
         });
 
@@ -123,8 +109,7 @@ TEST_F(TVServiceProgrammes, WholeScheduleIsFilledInPlaceByTheHost)
     NCOR::ProgrammeData* const kept = new NCOR::ProgrammeData;
     std::vector<NCOR::ProgrammeData*> programmes = { kept };
     bool answered = false;
-    const std::string output = hbbtv_test::TVServiceTest::stdoutOf(
-        [&] { answered = service().getAllProgrammesForChannel(channel, programmes); });
+    const std::string output = stdoutOf([&] { answered = service().getAllProgrammesForChannel(channel, programmes); });
 
     EXPECT_TRUE(answered);
     EXPECT_TRUE(resultInSharedRegion);
@@ -174,19 +159,15 @@ TEST_F(TVServiceProgrammes, SIDescriptorsArePassedOnInOrder)
         });
 
     std::vector<std::vector<unsigned char>> descriptors = { { 0x01 } };
-    const std::string output = hbbtv_test::TVServiceTest::stdoutOf([&] {
+    const std::string output = stdoutOf([&] {
         service().getSIDescriptors(
             std::string(300, 'p'), NCOR::EIT::DESCRIPTOR_SHORT_EVENT, NCOR::EIT::EXTENSION_TARGET_REGION, descriptors);
     });
 
     const std::vector<std::vector<unsigned char>> expected = { { 0x01 }, { 0x4D, 0x01, 0xAA }, {}, { 0x54, 0x00 } };
     EXPECT_EQ(expected, descriptors);
-    ASSERT_EQ(1u, requests().size());
-    EXPECT_EQ(ProgrammeCommand_GetSIDescriptors, requests()[0].command);
-    EXPECT_EQ(0x4D, requests()[0].param1);
-    EXPECT_EQ(0x09, requests()[0].param2);
-    EXPECT_EQ(std::string(254, 'p'), requests()[0].strParam1);
-    EXPECT_EQ("", requests()[0].strParam2);
+    EXPECT_EQ(
+        std::vector<Wire> { Wire(ProgrammeCommand_GetSIDescriptors, 0x4D, 0x09, std::string(254, 'p'), "") }, wires());
     EXPECT_EQ("\e[0;32;32m[MSG][HbbTV-BC]getSIDescriptors pass in\e[0m\n"
               "\e[0;32;32m[MSG][HbbTV-BC]getSIDescriptors pass out\e[0m\n",
         output);
@@ -219,27 +200,4 @@ TEST_F(TVServiceProgrammes, UnansweredProgrammeRequestsLeaveTheOutputAlone)
     EXPECT_EQ(std::vector<NCOR::ProgrammeData*> { &stale }, schedule);
     EXPECT_EQ(std::vector<std::vector<unsigned char>> { { 7 } }, descriptors);
     EXPECT_EQ(4u, requests().size());
-}
-
-TEST_F(TVServiceProgrammes, ProgrammeTextLengthPastItsRecordIsCut)
-{
-    answer(
-        ProgrammeCommand_GetProgrammeInfo, [](const HbbtvCommandPayload& request, HbbtvServiceRequestAnswer& answer) {
-            if (request.param1 == 1) {
-                writeProgramme(answer, 1, "x");
-                auto& info = static_cast<HbbtvServiceRequestProgramInfoAnswer&>(answer).programInfo;
-                info.text1 = std::string(400, 'L').c_str(); // the text keeps 254, the length says 400
-                memset(static_cast<void*>(&info.text2), 'D', sizeof(info.text2)); // no terminator, huge length
-            }
-        });
-
-    std::vector<NCOR::ProgrammeData*> programmes;
-    const std::string output = hbbtv_test::TVServiceTest::stdoutOf([&] { service().getProgrammes(programmes); });
-
-    ASSERT_EQ(1u, programmes.size());
-    EXPECT_EQ(std::string(254, 'L'), programmes[0]->getName());
-    EXPECT_EQ(std::string(254, 'D'), programmes[0]->getDescription());
-    EXPECT_EQ(1u, countOf(output, "programme name: host text length 400 past the record's 254 characters, cut"));
-    EXPECT_EQ(1u, countOf(output, "programme description: host text length"));
-    delete programmes[0];
 }

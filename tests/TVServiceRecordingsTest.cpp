@@ -5,6 +5,7 @@
 
 using namespace ZR_HBBTV_Core;
 using hbbtv_sim::ReceivedRequest;
+using hbbtv_test::Wire;
 
 namespace {
 
@@ -61,36 +62,24 @@ TEST_F(TVServiceRecordings, EachOperationSendsItsCommandWithTheRecordsIdentifier
     service().removeReminder(scheduledReminder);
     service().getScheduledReminders(reminders);
 
-    struct Expected {
-        int command;
-        std::string text1;
-        std::string text2;
-        int param1;
+    const std::vector<Wire> expected = {
+        { Recordingcommand_CanScheduleRecordings, 0, 0, "", "" },
+        { PVRCommand_ScheduleRecording, 0, 0, "rec-1", "crid://p/1" },
+        { PVRCommand_RemoveRecording, 0, 0, "rec-2", "crid://p/2" },
+        { PVRCommand_ScheduleRecording, 0, 0, "rec-2", "crid://p/2" },
+        { PVRCommand_ScheduleRecording, 0, 0, "rec-1", "crid://p/1" },
+        { PVRCommand_RemoveRecording, 0, 0, "rec-1", "crid://p/1" },
+        { PVRCommand_GetRecordings, 1, 0, "", "" },
+        { PVRCommand_GetRecordings, 0, 0, "", "" },
+        { ReminderCommand_IsReminderSupported, 0, 0, "", "" },
+        { ReminderCommand_CanScheduleReminders, 0, 0, "", "" },
+        { ReminderCommand_ScheduleReminder, 0, 0, "rem-1", "crid://p/3" },
+        { ReminderCommand_RemoveReminder, 0, 0, "rem-2", "crid://p/4" },
+        { ReminderCommand_GetReminders, 0, 0, "", "" },
     };
-    const Expected expected[] = {
-        { Recordingcommand_CanScheduleRecordings, "", "", 0 },
-        { PVRCommand_ScheduleRecording, "rec-1", "crid://p/1", 0 },
-        { PVRCommand_RemoveRecording, "rec-2", "crid://p/2", 0 },
-        { PVRCommand_ScheduleRecording, "rec-2", "crid://p/2", 0 },
-        { PVRCommand_ScheduleRecording, "rec-1", "crid://p/1", 0 },
-        { PVRCommand_RemoveRecording, "rec-1", "crid://p/1", 0 },
-        { PVRCommand_GetRecordings, "", "", 1 },
-        { PVRCommand_GetRecordings, "", "", 0 },
-        { ReminderCommand_IsReminderSupported, "", "", 0 },
-        { ReminderCommand_CanScheduleReminders, "", "", 0 },
-        { ReminderCommand_ScheduleReminder, "rem-1", "crid://p/3", 0 },
-        { ReminderCommand_RemoveReminder, "rem-2", "crid://p/4", 0 },
-        { ReminderCommand_GetReminders, "", "", 0 },
-    };
-    const std::vector<ReceivedRequest> sent = requests();
-    ASSERT_EQ(sizeof(expected) / sizeof(expected[0]), sent.size());
-    for (size_t i = 0; i < sent.size(); ++i) {
-        SCOPED_TRACE(i);
-        EXPECT_EQ(expected[i].command, sent[i].command);
-        EXPECT_EQ(hbbtv_sim::PayloadRecord::WithStrParams, sent[i].record);
-        EXPECT_EQ(expected[i].text1, sent[i].strParam1);
-        EXPECT_EQ(expected[i].text2, sent[i].strParam2);
-        EXPECT_EQ(expected[i].param1, sent[i].param1);
+    EXPECT_EQ(expected, wires());
+    for (const ReceivedRequest& request : requests()) {
+        EXPECT_EQ(hbbtv_sim::PayloadRecord::WithStrParams, request.record);
     }
     EXPECT_TRUE(recordings.empty());
     EXPECT_TRUE(scheduledRecordings.empty());

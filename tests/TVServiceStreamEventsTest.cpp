@@ -7,12 +7,12 @@
 #include "support/TVServiceHarness.h"
 
 using namespace ZR_HBBTV_Core;
-using hbbtv_sim::ReceivedRequest;
 using hbbtv_test::countOf;
+using hbbtv_test::Wire;
+
+using TVServiceStreamEvents = hbbtv_test::TVServiceTest;
 
 namespace {
-
-class TVServiceStreamEvents : public hbbtv_test::TVServiceTest { };
 
 const char kCarouselUrl[] = "dvb://233a.1004.1044.ffff/index.html";
 
@@ -25,23 +25,13 @@ TEST_F(TVServiceStreamEvents, StreamEventSubscriptionsReachTheHost)
     service().unregisterStreamEvent("dvb://1.2.3.4/events", "goal");
     service().unregisterAllStreamEvents();
 
-    const std::vector<ReceivedRequest> sent = requests();
-    ASSERT_EQ(3u, sent.size());
-    EXPECT_EQ(TunerCommand_AddStreamEvent, sent[0].command);
-    EXPECT_EQ(hbbtv_sim::PayloadRecord::WithStrParams, sent[0].record);
-    EXPECT_EQ("dvb://1.2.3.4/events", sent[0].strParam1);
-    EXPECT_EQ("goal", sent[0].strParam2);
-    EXPECT_EQ(0, sent[0].param1);
-    EXPECT_EQ(-1, sent[0].param2);
-
-    EXPECT_EQ(std::string(254, 't'), sent[1].strParam1);
-    EXPECT_EQ(1, sent[1].param1);
-    EXPECT_EQ(77, sent[1].param2);
-
-    EXPECT_EQ(TunerCommand_RemoveStreamEvent, sent[2].command);
-    EXPECT_EQ("goal", sent[2].strParam2);
-    EXPECT_EQ(0, sent[2].param1);
-    EXPECT_EQ(0, sent[2].param2);
+    const std::vector<Wire> expected = {
+        { TunerCommand_AddStreamEvent, 0, -1, "dvb://1.2.3.4/events", "goal" },
+        { TunerCommand_AddStreamEvent, 1, 77, std::string(254, 't'), "half" },
+        { TunerCommand_RemoveStreamEvent, 0, 0, "dvb://1.2.3.4/events", "goal" },
+    };
+    EXPECT_EQ(expected, wires());
+    EXPECT_EQ(hbbtv_sim::PayloadRecord::WithStrParams, requests()[0].record);
 }
 
 TEST_F(TVServiceStreamEvents, ServiceIdentifierOfADvbUrl)
@@ -66,7 +56,7 @@ TEST_F(TVServiceStreamEvents, ServiceIdentifierOfADvbUrl)
     EXPECT_EQ(-1, service().extractServiceIDformURL("233a.1004.1044.ffff/"));
 }
 
-TEST_F(TVServiceStreamEvents, CarouselMountAnsweredAtOnce)
+TEST_F(TVServiceStreamEvents, CarouselMountAnsweredAtOnceRefusedOrNotAskedWhenNotRunning)
 {
     answer(DSMCC_DVBURL_GetFile, [](const HbbtvCommandPayload&, HbbtvServiceRequestAnswer& answer) {
         answer.strValue1 = "/mnt/carousel/1044";
@@ -77,38 +67,30 @@ TEST_F(TVServiceStreamEvents, CarouselMountAnsweredAtOnce)
     EXPECT_TRUE(service().requestOCResourceMount(kCarouselUrl, mountPoint));
     EXPECT_EQ("/mnt/carousel/1044", mountPoint);
 
-    const std::vector<ReceivedRequest> sent = requests();
-    ASSERT_EQ(1u, sent.size());
-    EXPECT_EQ(DSMCC_DVBURL_GetFile, sent[0].command);
-    EXPECT_EQ(0x1044, sent[0].param1);
-    EXPECT_EQ(0, sent[0].param2);
-    EXPECT_EQ(kCarouselUrl, sent[0].strParam1);
-    EXPECT_EQ("", sent[0].strParam2);
-    EXPECT_EQ(60000u + 1000u, sent[0].timeoutMs); // as handed over: the agent adds its second
+    EXPECT_EQ(std::vector<Wire> { Wire(DSMCC_DVBURL_GetFile, 0x1044, 0, kCarouselUrl, "") }, wires());
+    EXPECT_EQ(60000u + 1000u, requests()[0].timeoutMs); // as handed over: the agent adds its second
 
     // Without three dots nothing is asked.
     EXPECT_FALSE(service().requestOCResourceMount("dvb://233a.1004", mountPoint));
     EXPECT_EQ(1u, requests().size());
-}
 
-TEST_F(TVServiceStreamEvents, CarouselMountRefusedOrNotRunning)
-{
+    // Refused: no retry, no pause, the mount point left alone.
     answer(DSMCC_DVBURL_GetFile, [](const HbbtvCommandPayload&, HbbtvServiceRequestAnswer& answer) {
         static_cast<HbbtvServiceRequestDvbResourceMountAnswer&>(answer).refused = 1;
     });
-    std::string mountPoint = "kept";
     const auto start = std::chrono::steady_clock::now();
     EXPECT_FALSE(service().requestOCResourceMount(kCarouselUrl, mountPoint));
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(900)); // no retry pause
-    EXPECT_EQ("kept", mountPoint);
-    EXPECT_EQ(1u, requests().size());
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(900));
+    EXPECT_EQ("/mnt/carousel/1044", mountPoint);
+    EXPECT_EQ(2u, requests().size());
 
+    // Not asked at all while HbbTV is not running.
     service().SetHbbTVRunningStatus(false);
     bool mounted = true;
     const std::string output = stdoutOf([&] { mounted = service().requestOCResourceMount(kCarouselUrl, mountPoint); });
     EXPECT_FALSE(mounted);
     EXPECT_EQ("[HbbTV-SYS]requestOCResourceMount pass out, Hbbtv is not running", output);
-    EXPECT_EQ(1u, requests().size());
+    EXPECT_EQ(2u, requests().size());
 }
 
 TEST_F(TVServiceStreamEvents, CarouselMountRetriesUntilHbbtvStops)
@@ -134,10 +116,6 @@ TEST_F(TVServiceStreamEvents, NewApplicationUrlUpTo255Characters)
     const std::string output = stdoutOf([&] { service().notifyStartNewApp(tooLong.c_str()); });
 
     EXPECT_EQ("\e[0;32;31m[ERR][HbbTV-ERROR]notifyStartNewApp URL LENGTH ERROR : 256\n\e[0m\n", output);
-    const std::vector<ReceivedRequest> sent = requests();
-    ASSERT_EQ(1u, sent.size());
-    EXPECT_EQ(TunerCommand_StartNewApplication, sent[0].command);
-    EXPECT_EQ(std::string(254, 'u'), sent[0].strParam1); // the record keeps 254
-    EXPECT_EQ("", sent[0].strParam2);
-    EXPECT_EQ(0, sent[0].param1);
+    // The record keeps 254 characters.
+    EXPECT_EQ(std::vector<Wire> { Wire(TunerCommand_StartNewApplication, 0, 0, std::string(254, 'u'), "") }, wires());
 }

@@ -12,6 +12,37 @@ namespace {
 std::string g_suffix;
 }
 
+std::string stdoutOf(const std::function<void()>& call)
+{
+    fflush(stdout);
+    testing::internal::CaptureStdout();
+    call();
+    fflush(stdout);
+    // The agent thread announces itself once, whenever it gets to run after the service starts:
+    // its line is not part of what the call printed.
+    const std::string captured = testing::internal::GetCapturedStdout();
+    std::string output;
+    size_t start = 0;
+    while (start < captured.size()) {
+        size_t end = captured.find('\n', start);
+        end = end == std::string::npos ? captured.size() : end + 1;
+        if (captured.compare(start, 17, "STR Thread Trace:") != 0) {
+            output.append(captured, start, end - start);
+        }
+        start = end;
+    }
+    return output;
+}
+
+size_t countOf(const std::string& output, const std::string& text)
+{
+    size_t count = 0;
+    for (size_t at = output.find(text); at != std::string::npos; at = output.find(text, at + text.size())) {
+        ++count;
+    }
+    return count;
+}
+
 std::string regexQuote(const std::string& text)
 {
     std::string quoted;

@@ -1,11 +1,18 @@
-// Death tests for the library's assertion line, which goes to standard output.
+// Standard output in tests: what a call prints, and death tests for the library's assertion line,
+// which goes there too.
 #ifndef HBBTV_TESTS_ASSERT_DEATH_H
 #define HBBTV_TESTS_ASSERT_DEATH_H
 
+#include <cstddef>
 #include <functional>
 #include <string>
 
 namespace hbbtv_test {
+
+// Everything the call printed on standard output.
+std::string stdoutOf(const std::function<void()>& call);
+// Counts the occurrences of text in output.
+size_t countOf(const std::string& output, const std::string& text);
 
 // A regular expression that matches exactly the given text.
 std::string regexQuote(const std::string& text);

@@ -1,17 +1,17 @@
 #include "support/TVServiceHarness.h"
 
 #include <cstdio>
+#include <mutex>
+#include <set>
 
 namespace hbbtv_test {
 
 namespace {
 
-// Stands between the library and the simulated host: a request of a command that the host is not
-// to answer has its budget cut on hand-over (on the agent's thread, before the agent counts it).
-class BudgetingServer : public Hbbtv_TVServer {
+// The simulated host, except that a request of a command that it is not to answer has its budget
+// cut on hand-over (on the agent's thread, before the agent counts it).
+class BudgetingServer : public hbbtv_sim::SimulatedHost {
 public:
-    hbbtv_sim::SimulatedHost sim;
-
     bool isUnanswered(int command)
     {
         std::lock_guard<std::mutex> lock(m_mutex);
@@ -28,39 +28,13 @@ public:
         m_unanswered.clear();
     }
 
-    void HBBTV_CommandHandler(void* command) override { sim.HBBTV_CommandHandler(command); }
     void HBBTV_ServiceRequestHandler(void* payload, void* answer) override
     {
         HbbtvCommandPayload* const request = static_cast<HbbtvCommandPayload*>(payload);
         if (isUnanswered(request->command)) {
             request->timeoutMs = 1;
         }
-        sim.HBBTV_ServiceRequestHandler(payload, answer);
-    }
-    void HBBTV_HeartBeatNotification() override { sim.HBBTV_HeartBeatNotification(); }
-    void HBBTV_LoadingNotification(int progress, const char* url) override
-    {
-        sim.HBBTV_LoadingNotification(progress, url);
-    }
-    void HBBTV_BrowserDiedNotification() override { sim.HBBTV_BrowserDiedNotification(); }
-    void HBBTV_NotifyUserAppCreated(int windowId, int appId) override
-    {
-        sim.HBBTV_NotifyUserAppCreated(windowId, appId);
-    }
-    void HBBTV_DelegateAction(void (*action)(void*), void* argument) override
-    {
-        sim.HBBTV_DelegateAction(action, argument);
-    }
-    void HBBTV_ReportIsAnyAppRunning(bool running) override { sim.HBBTV_ReportIsAnyAppRunning(running); }
-    void HBBTV_NotifyMultimediaAudioComponentDataChanged(
-        const std::vector<HbbtvMultimediaComponentData>& components, int value) override
-    {
-        sim.HBBTV_NotifyMultimediaAudioComponentDataChanged(components, value);
-    }
-    void HBBTV_NotifyMultimediaSubtitleComponentDataChanged(
-        const std::vector<HbbtvMultimediaComponentData>& components, int value) override
-    {
-        sim.HBBTV_NotifyMultimediaSubtitleComponentDataChanged(components, value);
+        SimulatedHost::HBBTV_ServiceRequestHandler(payload, answer);
     }
 
 private:
@@ -94,8 +68,8 @@ NullClientRegister& clientRegister()
 void TVServiceTest::SetUp()
 {
     server().clearUnanswered();
-    server().sim.clearRecord();
-    server().sim.setDecider([](const HbbtvCommandPayload& request) {
+    server().clearRecord();
+    server().setDecider([](const HbbtvCommandPayload& request) {
         hbbtv_sim::HostDecision decision;
         if (server().isUnanswered(request.command)) {
             decision.kind = hbbtv_sim::HostDecision::Never;
@@ -104,20 +78,20 @@ void TVServiceTest::SetUp()
     });
     m_service = ZR_HBBTV_Core::HbbtvBackendTVService::instantiate(&server(), &clientRegister());
     ZR_HBBTV_Core::HbbtvBackendTVService* const service = m_service;
-    server().sim.setCompletionSink(
+    server().setCompletionSink(
         [service](HbbtvCommandPayload* payload) { service->serviceRequestFinished(payload->ticket); });
     m_service->SetHbbTVRunningStatus(true);
     // One round trip: the agent thread has started (and printed its start line) before the test
     // captures any output.
     m_service->openVideo();
     fflush(stdout);
-    server().sim.clearRecord();
+    server().clearRecord();
 }
 
 void TVServiceTest::TearDown()
 {
     for (int command : m_writersSet) {
-        server().sim.setAnswerWriterFor(command, nullptr);
+        server().setAnswerWriterFor(command, nullptr);
     }
     m_writersSet.clear();
     server().clearUnanswered();
@@ -126,13 +100,21 @@ void TVServiceTest::TearDown()
 
 hbbtv_sim::SimulatedHost& TVServiceTest::host()
 {
-    return server().sim;
+    return server();
 }
 
 void TVServiceTest::answer(int command, hbbtv_sim::SimulatedHost::AnswerWriter writer)
 {
     m_writersSet.push_back(command);
-    server().sim.setAnswerWriterFor(command, std::move(writer));
+    server().setAnswerWriterFor(command, std::move(writer));
+}
+
+void TVServiceTest::answerInt(int command, int value)
+{
+    answer(command, [value](const HbbtvCommandPayload&, HbbtvServiceRequestAnswer& answer) {
+        answer.valid = 1;
+        answer.intValue1 = value;
+    });
 }
 
 void TVServiceTest::neverAnswer(int command)
@@ -142,34 +124,16 @@ void TVServiceTest::neverAnswer(int command)
 
 std::vector<hbbtv_sim::ReceivedRequest> TVServiceTest::requests()
 {
-    return server().sim.record().requests;
+    return server().record().requests;
 }
 
-std::vector<int> TVServiceTest::commands()
+std::vector<Wire> TVServiceTest::wires()
 {
-    std::vector<int> result;
-    for (const hbbtv_sim::ReceivedRequest& request : requests()) {
-        result.push_back(request.command);
+    std::vector<Wire> result;
+    for (const hbbtv_sim::ReceivedRequest& r : requests()) {
+        result.emplace_back(r.command, r.param1, r.param2, r.strParam1, r.strParam2);
     }
     return result;
-}
-
-std::string TVServiceTest::stdoutOf(const std::function<void()>& call)
-{
-    fflush(stdout);
-    testing::internal::CaptureStdout();
-    call();
-    fflush(stdout);
-    return testing::internal::GetCapturedStdout();
-}
-
-size_t countOf(const std::string& output, const std::string& text)
-{
-    size_t count = 0;
-    for (size_t at = output.find(text); at != std::string::npos; at = output.find(text, at + text.size())) {
-        ++count;
-    }
-    return count;
 }
 
 } // namespace hbbtv_test

@@ -6,17 +6,20 @@
 #define HBBTV_TESTS_TV_SERVICE_HARNESS_H
 
 #include <functional>
-#include <mutex>
-#include <set>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include <gtest/gtest.h>
 
 #include "HbbtvBackendTVService.h"
 #include "SimulatedHost.h"
+#include "support/AssertDeath.h"
 
 namespace hbbtv_test {
+
+// A request as the host read it: command, param1, param2 and the two texts.
+typedef std::tuple<int, int, int, std::string, std::string> Wire;
 
 class TVServiceTest : public testing::Test {
 protected:
@@ -28,22 +31,21 @@ protected:
 
     // The host fills answers of this command with writer (run on the host's thread).
     void answer(int command, hbbtv_sim::SimulatedHost::AnswerWriter writer);
+    // The host answers this command validly, with value in intValue1.
+    void answerInt(int command, int value);
     // The host never answers this command; its requests run out of budget at once.
     void neverAnswer(int command);
 
     std::vector<hbbtv_sim::ReceivedRequest> requests();
-    std::vector<int> commands();
+    // The requests as the host read them.
+    std::vector<Wire> wires();
 
-    // Everything the call printed on standard output.
-    static std::string stdoutOf(const std::function<void()>& call);
+    static std::string stdoutOf(const std::function<void()>& call) { return hbbtv_test::stdoutOf(call); }
 
 private:
     ZR_HBBTV_Core::HbbtvBackendTVService* m_service = nullptr;
     std::vector<int> m_writersSet;
 };
-
-// Counts the occurrences of text in output.
-size_t countOf(const std::string& output, const std::string& text);
 
 } // namespace hbbtv_test
 
