@@ -16,6 +16,7 @@ native_pkgs=(
   libgtest-dev libgmock-dev googletest libbenchmark-dev
   android-libutils-dev android-liblog-dev android-platform-frameworks-native-headers
   android-libbase-dev android-libcutils-dev
+  nlohmann-json3-dev
 )
 armhf_pkgs=(
   g++-arm-linux-gnueabihf qemu-user

@@ -1,9 +1,42 @@
 #include "SimulatedHost.h"
 
+#include <algorithm>
 #include <cstring>
 #include <utility>
 
 namespace hbbtv_sim {
+
+namespace {
+
+// The channel-list pool as the host knows it: a header whose first word is the size of the data
+// area (which starts at offset 16), the entry count at offset 4, the entries from offset 384 and
+// the names half a data area after the first entry.
+const size_t kPoolDataOffset = 16;
+const size_t kPoolCountOffset = 4;
+const size_t kPoolEntriesOffset = 384;
+
+struct LineupEntryRecord {
+    uint16_t channelID1;
+    uint16_t channelID2;
+    uint16_t channelID3;
+    uint16_t channelType;
+    uint16_t idType;
+    uint16_t flagA;
+    uint16_t numberA;
+    uint16_t numberB;
+    uint32_t flagB;
+    uint32_t nameOffset; // into the string area
+};
+static_assert(sizeof(LineupEntryRecord) == 24, "lineup entry size");
+static_assert(offsetof(LineupEntryRecord, flagB) == 16, "lineup entry flag B offset");
+static_assert(offsetof(LineupEntryRecord, nameOffset) == 20, "lineup entry name offset");
+
+} // namespace
+
+void* fromHostWireAddress(uint32_t address)
+{
+    return reinterpret_cast<void*>(static_cast<uintptr_t>(address));
+}
 
 PayloadRecord payloadRecordOf(int command)
 {
@@ -170,6 +203,137 @@ void SimulatedHost::writeDefaultAnswer(const HbbtvCommandPayload&, HbbtvServiceR
     answer.intValue1 = 0;
 }
 
+SimulatedHost::AnswerWriter SimulatedHost::resultWriter(int intValue1)
+{
+    return [intValue1](const HbbtvCommandPayload&, HbbtvServiceRequestAnswer& answer) {
+        answer.valid = 1;
+        answer.intValue1 = intValue1;
+    };
+}
+
+SimulatedHost::AnswerWriter SimulatedHost::lineupWriter(std::vector<LineupChannel> channels)
+{
+    return [channels](const HbbtvCommandPayload& request, HbbtvServiceRequestAnswer& answer) {
+        if (payloadRecordOf(request.command) != PayloadRecord::WithLineupPool) {
+            return;
+        }
+        const auto& lineup = static_cast<const HbbtvCommandPayloadWithLineupPool&>(request);
+        unsigned char* const pool = static_cast<unsigned char*>(fromHostWireAddress(lineup.poolAddress));
+        if (pool == nullptr) {
+            return;
+        }
+        uint32_t areaSize = 0;
+        memcpy(&areaSize, pool, sizeof(areaSize));
+        if (areaSize < 4 * kPoolEntriesOffset) {
+            return; // not a pool this host knows
+        }
+        unsigned char* const entries = pool + kPoolEntriesOffset;
+        char* const strings = reinterpret_cast<char*>(entries + areaSize / 2);
+        const size_t entriesSize = areaSize / 2;
+        const size_t stringsSize = kPoolDataOffset + areaSize - kPoolEntriesOffset - areaSize / 2;
+        uint32_t count = 0;
+        size_t nameAt = 0;
+        for (const LineupChannel& channel : channels) {
+            const size_t nameBytes = channel.name.size() + 1;
+            if ((count + 1) * sizeof(LineupEntryRecord) > entriesSize || nameAt + nameBytes > stringsSize) {
+                break; // what does not fit is not listed
+            }
+            const LineupEntryRecord entry = {channel.channelID1, channel.channelID2, channel.channelID3,
+                                             channel.channelType, channel.idType,     channel.flagA,
+                                             channel.numberA,     channel.numberB,    channel.flagB,
+                                             static_cast<uint32_t>(nameAt)};
+            memcpy(strings + nameAt, channel.name.c_str(), nameBytes);
+            memcpy(entries + sizeof(entry) * count, &entry, sizeof(entry));
+            nameAt += nameBytes;
+            ++count;
+        }
+        memcpy(pool + kPoolCountOffset, &count, sizeof(count));
+        answer.valid = 1;
+    };
+}
+
+SimulatedHost::AnswerWriter SimulatedHost::presentFollowingWriter(HostProgramme present, HostProgramme following)
+{
+    return [present, following](const HbbtvCommandPayload& request, HbbtvServiceRequestAnswer& answer) {
+        const HostProgramme& programme = request.param1 == 1 ? present : following;
+        HbbtvServiceRequestProgramInfoAnswer::HbbtvProgramInfo& info =
+            static_cast<HbbtvServiceRequestProgramInfoAnswer&>(answer).programInfo;
+        info.time1 = programme.start;
+        info.time2 = programme.duration;
+        info.text1 = programme.name.c_str();
+        info.text2 = programme.description.c_str();
+        info.text4 = programme.programmeId.c_str();
+        answer.valid = 1;
+    };
+}
+
+SimulatedHost::AnswerWriter SimulatedHost::scheduleWriter(std::vector<HbbtvEPGInformation> events)
+{
+    return [events](const HbbtvCommandPayload& request, HbbtvServiceRequestAnswer& answer) {
+        auto* const schedule =
+            static_cast<std::vector<HbbtvEPGInformation>*>(fromHostWireAddress(request.resultAddress));
+        if (schedule == nullptr) {
+            return;
+        }
+        schedule->insert(schedule->end(), events.begin(), events.end());
+        answer.valid = 1;
+    };
+}
+
+SimulatedHost::AnswerWriter SimulatedHost::componentsWriter(std::map<int, std::vector<HostComponent>> componentsByType)
+{
+    return [componentsByType](const HbbtvCommandPayload& request, HbbtvServiceRequestAnswer& answer) {
+        HbbtvAVComponentInfo& info = static_cast<HbbtvServiceRequestAVInfoAnswer&>(answer).avComponentInfo;
+        const auto found = componentsByType.find(request.param2);
+        const std::vector<HostComponent> none;
+        const std::vector<HostComponent>& components = found != componentsByType.end() ? found->second : none;
+        const auto fillAV = [](HbbtvAVComponentInfo::AVEntry& entry, const HostComponent& c) {
+            entry.flagA = c.flagA;
+            entry.flagB = c.flagB;
+            entry.valueP = c.valueP;
+            entry.valueQ = c.valueQ;
+            entry.valueR = c.valueR;
+            entry.valueS = c.valueS;
+            entry.language = c.language.c_str();
+        };
+        if (request.param2 == 0) {
+            info.count = components.empty() ? 0 : 1;
+            if (!components.empty()) {
+                fillAV(info.avEntries[0], components.front());
+            }
+        } else if (request.param2 == 1) {
+            const size_t capacity = HbbtvAVComponentInfo::kAVEntries;
+            const size_t count = std::min(components.size(), capacity);
+            for (size_t k = 0; k < count; ++k) {
+                fillAV(info.avEntries[k], components[k]);
+            }
+            info.count = static_cast<int32_t>(count);
+        } else if (request.param2 == 2) {
+            const size_t capacity = HbbtvAVComponentInfo::kSubtitleEntries;
+            const size_t count = std::min(components.size(), capacity);
+            for (size_t k = 0; k < count; ++k) {
+                HbbtvAVComponentInfo::SubtitleEntry& entry = info.subtitleEntries[k];
+                entry.flagA = components[k].flagA;
+                entry.flagB = components[k].flagB;
+                entry.valueP = components[k].valueP;
+                entry.language = components[k].language.c_str();
+            }
+            info.count = static_cast<int32_t>(count);
+        } else {
+            info.count = 0;
+        }
+        answer.valid = 1;
+    };
+}
+
+SimulatedHost::AnswerWriter SimulatedHost::mountWriter(std::string mountPoint)
+{
+    return [mountPoint](const HbbtvCommandPayload&, HbbtvServiceRequestAnswer& answer) {
+        answer.strValue1 = mountPoint.c_str();
+        answer.valid = 1;
+    };
+}
+
 HostDecision SimulatedHost::decide(const HbbtvCommandPayload& request)
 {
     Decide decider;
@@ -210,6 +374,10 @@ void SimulatedHost::fill(const HbbtvCommandPayload& request, HbbtvServiceRequest
 
 void SimulatedHost::report(HbbtvCommandPayload* payload)
 {
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        m_record.completions.push_back(CompletionReport{payload->ticket, std::chrono::steady_clock::now()});
+    }
     {
         std::lock_guard<std::mutex> lock(m_completionMutex);
         if (m_sink) {

@@ -64,6 +64,13 @@ struct ComponentReport {
     int value = 0;
 };
 
+// One completion the host reported, recorded just before it reaches the wrapper (or the sink),
+// so that a requester woken by it always finds it in the record.
+struct CompletionReport {
+    unsigned int ticket = 0;
+    std::chrono::steady_clock::time_point reportedAt;
+};
+
 struct DelegatedAction {
     void (*action)(void*) = nullptr;
     void* argument = nullptr;
@@ -73,6 +80,7 @@ struct DelegatedAction {
 struct HostRecord {
     std::vector<ReceivedRequest> requests;
     unsigned int completionsReported = 0;
+    std::vector<CompletionReport> completions;
     unsigned int browserDied = 0;
     std::vector<LoadingReport> loading;
     std::vector<bool> anyAppRunning;
@@ -82,6 +90,45 @@ struct HostRecord {
     std::vector<DelegatedAction> delegatedActions;
     std::vector<ComponentReport> components;
 };
+
+// A channel of the host's lineup, as the host writes it into the channel-list pool: three channel
+// numbers, its type (0 TV, 1 radio, other), the host's identifier type, two flags, two further
+// numbers and its name.
+struct LineupChannel {
+    uint16_t channelID1 = 0;
+    uint16_t channelID2 = 0;
+    uint16_t channelID3 = 0;
+    uint16_t channelType = 0;
+    uint16_t idType = 0;
+    uint16_t flagA = 0;
+    uint16_t numberA = 0;
+    uint16_t numberB = 0;
+    uint32_t flagB = 0;
+    std::string name;
+};
+
+// A present or following programme as the host describes it.
+struct HostProgramme {
+    uint32_t start = 0;
+    uint32_t duration = 0;
+    std::string name;
+    std::string description;
+    std::string programmeId;
+};
+
+// One broadcast component in the host's own record (the meaning of the values is the host's).
+struct HostComponent {
+    uint8_t flagA = 0;
+    uint8_t flagB = 0;
+    uint32_t valueP = 0; // audio and subtitles: the component tag in the low 16 bits
+    uint32_t valueQ = 0;
+    uint32_t valueR = 0;
+    uint32_t valueS = 0;
+    std::string language;
+};
+
+// A pointer in this process from a 32-bit address word of a wire record.
+void* fromHostWireAddress(uint32_t address);
 
 class SimulatedHost : public Hbbtv_TVServer {
 public:
@@ -117,6 +164,26 @@ public:
     void setGarbageAnswers(bool on, uint32_t seed = 1);
     // valid = 1, intValue1 = 0.
     static void writeDefaultAnswer(const HbbtvCommandPayload& request, HbbtvServiceRequestAnswer& answer);
+
+    // Writers of the answers a television gives, marking each answer valid once written; set them
+    // with setAnswerWriterFor.
+    // Any command: intValue1 holds the result (a tune's play state, for example).
+    static AnswerWriter resultWriter(int intValue1);
+    // TunerCommand_RequestChannelsLineup: the lineup goes into the channel-list pool whose address
+    // the request carries (count at offset 4, 24-byte entries from offset 384, names in the
+    // string area half a data area further on).
+    static AnswerWriter lineupWriter(std::vector<LineupChannel> channels);
+    // ProgrammeCommand_GetProgrammeInfo: the present programme for param1 1, the following one
+    // otherwise.
+    static AnswerWriter presentFollowingWriter(HostProgramme present, HostProgramme following);
+    // ProgrammeCommand_GetAllProgrammeInfo: appends the events to the in-process vector whose
+    // address the request carries in resultAddress.
+    static AnswerWriter scheduleWriter(std::vector<HbbtvEPGInformation> events);
+    // TunerCommand_GetAVInfo: the components of the type asked for in param2 (0 video: the first
+    // one only, 1 audio, 2 subtitles), as many as the record holds; none for a type not given.
+    static AnswerWriter componentsWriter(std::map<int, std::vector<HostComponent>> componentsByType);
+    // DSMCC_DVBURL_GetFile: the mount point in strValue1.
+    static AnswerWriter mountWriter(std::string mountPoint);
 
     // Hbbtv_TVServer
     void HBBTV_CommandHandler(void* command) override;

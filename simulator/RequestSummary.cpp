@@ -1,0 +1,147 @@
+#include "RequestSummary.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+
+#include "HbbtvBackendCommand.h"
+
+namespace hbbtv_simulator {
+
+std::string commandName(int command)
+{
+#define HBBTV_COMMAND_NAME(name)                                                                                       \
+    case name:                                                                                                         \
+        return #name
+    switch (command) {
+        HBBTV_COMMAND_NAME(TunerCommand_AddStreamEvent);
+        HBBTV_COMMAND_NAME(TunerCommand_RemoveStreamEvent);
+        HBBTV_COMMAND_NAME(TunerCommand_RemoveAllStreamEvent);
+        HBBTV_COMMAND_NAME(TunerCommand_SelectAVComponent);
+        HBBTV_COMMAND_NAME(TunerCommand_UnselectAVComponent);
+        HBBTV_COMMAND_NAME(TunerCommand_GetAVInfo);
+        HBBTV_COMMAND_NAME(TunerCommand_TuneTo);
+        HBBTV_COMMAND_NAME(TunerCommand_GetCurrentChannelInfo);
+        HBBTV_COMMAND_NAME(TunerCommand_ExitLiveIn);
+        HBBTV_COMMAND_NAME(TunerCommand_ReturnLiveIn);
+        HBBTV_COMMAND_NAME(TunerCommand_SuspendTuner);
+        HBBTV_COMMAND_NAME(TunerCommand_ResumeTuner);
+        HBBTV_COMMAND_NAME(TunerCommand_StartNewApplication);
+        HBBTV_COMMAND_NAME(TunerCommand_RequestChannelsLineup);
+        HBBTV_COMMAND_NAME(TunerCommand_Bind2CurrentChannel);
+        HBBTV_COMMAND_NAME(ConfigCommand_GetCountryID);
+        HBBTV_COMMAND_NAME(ConfigCommand_GetSubtitleLanguage);
+        HBBTV_COMMAND_NAME(ConfigCommand_GetAudioLanguage);
+        HBBTV_COMMAND_NAME(ConfigCommand_GetParental);
+        HBBTV_COMMAND_NAME(ConfigCommand_GetParentalControlPINEnable);
+        HBBTV_COMMAND_NAME(ConfigCommand_VerifyParentalControlPIN);
+        HBBTV_COMMAND_NAME(ConfigCommand_GetPvrPaddings);
+        HBBTV_COMMAND_NAME(CapabilitiesCommand_IsPvrSupported);
+        HBBTV_COMMAND_NAME(ConfigCommand_SetPvrPaddings);
+        HBBTV_COMMAND_NAME(DSMCC_DVBURL_GetFile);
+        HBBTV_COMMAND_NAME(DSMCC_DVBURL_GetFile_NoWait);
+        HBBTV_COMMAND_NAME(DVBMediaPlayer_OpenVideo);
+        HBBTV_COMMAND_NAME(DVBMediaPlayer_CloseVideo);
+        HBBTV_COMMAND_NAME(DVBMediaPlayer_SetDisplayWindow);
+        HBBTV_COMMAND_NAME(ProgrammeCommand_GetProgrammeInfo);
+        HBBTV_COMMAND_NAME(VideoBroadcastElementEvent_ReleaseVideoControl);
+        HBBTV_COMMAND_NAME(PVRCommand_ScheduleRecordingByTime);
+        HBBTV_COMMAND_NAME(PVRCommand_RemoveScheduledRecording);
+        HBBTV_COMMAND_NAME(PVRCommand_GetScheduledRecordings);
+        HBBTV_COMMAND_NAME(RecordingCommand_GetPvrStartPadding);
+        HBBTV_COMMAND_NAME(RecordingCommand_GetPvrEndPadding);
+        HBBTV_COMMAND_NAME(Recordingcommand_CanScheduleRecordings);
+        HBBTV_COMMAND_NAME(APMCommand_ApplicationsDestroied);
+        HBBTV_COMMAND_NAME(LocalSystem_GetVendorName);
+        HBBTV_COMMAND_NAME(LocalSystem_GetModelName);
+        HBBTV_COMMAND_NAME(LocalSystem_GetSoftwareVersion);
+        HBBTV_COMMAND_NAME(LocalSystem_GetHardwareVersion);
+        HBBTV_COMMAND_NAME(LocalSystem_GetSerialNumber);
+        HBBTV_COMMAND_NAME(MMPlayerCommand_CheckIsResourceAvailable);
+        HBBTV_COMMAND_NAME(SystemMisc_SetAudioVolume);
+        HBBTV_COMMAND_NAME(SystemMisc_GetAudioVolume);
+        HBBTV_COMMAND_NAME(DVBMediaPlayer_IsPvrEnabledCountry);
+        HBBTV_COMMAND_NAME(ProgrammeCommand_GetAllProgrammeInfo);
+        HBBTV_COMMAND_NAME(ProgrammeCommand_GetSIDescriptors);
+        HBBTV_COMMAND_NAME(ConfigCommand_GetAudioDescription);
+        HBBTV_COMMAND_NAME(PVRCommand_ScheduleRecording);
+        HBBTV_COMMAND_NAME(PVRCommand_GetRecordings);
+        HBBTV_COMMAND_NAME(PVRCommand_RemoveRecording);
+        HBBTV_COMMAND_NAME(ReminderCommand_IsReminderSupported);
+        HBBTV_COMMAND_NAME(ReminderCommand_CanScheduleReminders);
+        HBBTV_COMMAND_NAME(ReminderCommand_ScheduleReminder);
+        HBBTV_COMMAND_NAME(ReminderCommand_RemoveReminder);
+        HBBTV_COMMAND_NAME(ReminderCommand_GetReminders);
+    }
+#undef HBBTV_COMMAND_NAME
+    return "command " + std::to_string(command);
+}
+
+double percentile(std::vector<double> samples, double p)
+{
+    if (samples.empty()) {
+        return 0.0;
+    }
+    std::sort(samples.begin(), samples.end());
+    const double rank = std::ceil(p / 100.0 * static_cast<double>(samples.size()));
+    const size_t index = rank < 1.0 ? 0 : static_cast<size_t>(rank) - 1;
+    return samples[std::min(index, samples.size() - 1)];
+}
+
+void RequestSummary::add(int command, double latencyMs, bool timedOut)
+{
+    Samples& samples = m_byCommand[command];
+    samples.latencies.push_back(latencyMs);
+    if (timedOut) {
+        ++samples.timeOuts;
+    }
+}
+
+size_t RequestSummary::requests() const
+{
+    size_t count = 0;
+    for (const auto& entry : m_byCommand) {
+        count += entry.second.latencies.size();
+    }
+    return count;
+}
+
+size_t RequestSummary::timeOuts() const
+{
+    size_t count = 0;
+    for (const auto& entry : m_byCommand) {
+        count += entry.second.timeOuts;
+    }
+    return count;
+}
+
+namespace {
+
+std::string row(const std::string& name, size_t count, double p50, double p99, size_t timeOuts)
+{
+    char line[160];
+    snprintf(line, sizeof(line), "%-48s %6zu %10.3f %10.3f %10zu", name.c_str(), count, p50, p99, timeOuts);
+    return line;
+}
+
+} // namespace
+
+std::vector<std::string> RequestSummary::table() const
+{
+    std::vector<std::string> lines;
+    char header[160];
+    snprintf(header, sizeof(header), "%-48s %6s %10s %10s %10s", "requests by command", "count", "p50 ms", "p99 ms",
+        "time-outs");
+    lines.push_back(header);
+    std::vector<double> all;
+    for (const auto& entry : m_byCommand) {
+        const Samples& samples = entry.second;
+        lines.push_back(row(commandName(entry.first), samples.latencies.size(), percentile(samples.latencies, 50),
+            percentile(samples.latencies, 99), samples.timeOuts));
+        all.insert(all.end(), samples.latencies.begin(), samples.latencies.end());
+    }
+    lines.push_back(row("all requests", all.size(), percentile(all, 50), percentile(all, 99), timeOuts()));
+    return lines;
+}
+
+} // namespace hbbtv_simulator
