@@ -4,6 +4,8 @@
 #include <cstring>
 #include <utility>
 
+#include "HbbtvChannelListPool.h"
+
 namespace hbbtv_sim {
 
 namespace {
@@ -12,24 +14,9 @@ namespace {
 // area (which starts at offset 16), the entry count at offset 4, the entries from offset 384 and
 // the names half a data area after the first entry.
 const size_t kPoolDataOffset = 16;
-const size_t kPoolCountOffset = 4;
-const size_t kPoolEntriesOffset = 384;
-
-struct LineupEntryRecord {
-    uint16_t channelID1;
-    uint16_t channelID2;
-    uint16_t channelID3;
-    uint16_t channelType;
-    uint16_t idType;
-    uint16_t flagA;
-    uint16_t numberA;
-    uint16_t numberB;
-    uint32_t flagB;
-    uint32_t nameOffset; // into the string area
-};
-static_assert(sizeof(LineupEntryRecord) == 24, "lineup entry size");
-static_assert(offsetof(LineupEntryRecord, flagB) == 16, "lineup entry flag B offset");
-static_assert(offsetof(LineupEntryRecord, nameOffset) == 20, "lineup entry name offset");
+const size_t kPoolCountOffset = offsetof(HbbtvChannelListPool, count);
+const size_t kPoolEntriesOffset = sizeof(HbbtvChannelListPool);
+typedef HbbtvChannelListEntry LineupEntryRecord;
 
 } // namespace
 

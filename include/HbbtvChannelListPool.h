@@ -1,0 +1,56 @@
+// The records of the region "/hbbtvChannelList", where the host writes the channel lineup: a wire
+// format shared with the host, checked at compile time like the records of "/hbbtv".
+#ifndef HBBTV_CHANNEL_LIST_POOL_H
+#define HBBTV_CHANNEL_LIST_POOL_H
+
+#include <cstddef>
+#include <cstdint>
+
+// The channel-list pool: the host writes the channel lineup here (header; entries follow).
+struct HbbtvChannelListPool {
+    static const uint32_t kAreaSize = 0xFFFF0;
+
+    uint32_t areaSize;       // rewritten on every access: kAreaSize less the alignment skip
+    uint32_t count;          // channel entries, written by the host
+    uint32_t entriesAddress; // where the entries start in this process's mapping
+    uint32_t stringsAddress; // where the name strings start in this process's mapping
+    uint8_t unused[368];
+};
+
+// One channel of the lineup (24 bytes), at entriesAddress + 24 * i.
+struct HbbtvChannelListEntry {
+    uint16_t channelID1;
+    uint16_t channelID2;
+    uint16_t channelID3;
+    uint16_t channelType;
+    uint16_t idType;
+    uint16_t flagA;
+    uint16_t numberA;
+    uint16_t numberB;
+    uint32_t flagB;
+    uint32_t nameOffset; // into the string area
+};
+
+// The scheduling and recording pool: the same region under a mapping of its own.
+struct HbbtvSchedulingRecordingCollectionPool {
+    static const uint32_t kAreaSize = 0xFFFF4;
+
+    uint32_t areaSize; // rewritten on every access: kAreaSize less the alignment skip
+};
+
+static_assert(sizeof(HbbtvChannelListPool) == 384, "channel-list pool header size");
+static_assert(offsetof(HbbtvChannelListPool, count) == 4, "count offset");
+static_assert(offsetof(HbbtvChannelListPool, entriesAddress) == 8, "entries address offset");
+static_assert(offsetof(HbbtvChannelListPool, stringsAddress) == 12, "strings address offset");
+static_assert(sizeof(HbbtvChannelListEntry) == 24, "channel entry size");
+static_assert(offsetof(HbbtvChannelListEntry, channelID2) == 2, "channelID2 offset");
+static_assert(offsetof(HbbtvChannelListEntry, channelID3) == 4, "channelID3 offset");
+static_assert(offsetof(HbbtvChannelListEntry, channelType) == 6, "channel type offset");
+static_assert(offsetof(HbbtvChannelListEntry, idType) == 8, "id type offset");
+static_assert(offsetof(HbbtvChannelListEntry, flagA) == 10, "flag A offset");
+static_assert(offsetof(HbbtvChannelListEntry, numberA) == 12, "number A offset");
+static_assert(offsetof(HbbtvChannelListEntry, numberB) == 14, "number B offset");
+static_assert(offsetof(HbbtvChannelListEntry, flagB) == 16, "flag B offset");
+static_assert(offsetof(HbbtvChannelListEntry, nameOffset) == 20, "name offset offset");
+
+#endif
