@@ -11,7 +11,6 @@ namespace {
 const char kSourceName[] = "ZR_HBBTV.implIPC_p";
 const uint32_t kDescriptorVersion = 0x10201;
 const int kMainWindow = 1;
-int g_appIDCounter = 1; // the next user-application id; guarded by the manager's lock
 } // namespace
 
 bool ZR_HbbtvImplPrivate::newAITNotification(unsigned int aitVersion, const AITApps& apps)
@@ -63,8 +62,8 @@ int ZR_HbbtvImplPrivate::prepareCreateApplication()
     if (_gotKilled) {
         return 0;
     }
-    m_userApps.emplace(g_appIDCounter, -1);
-    return g_appIDCounter++;
+    m_userApps.emplace(_AppIDCounter, -1);
+    return _AppIDCounter++;
 }
 
 int ZR_HbbtvImplPrivate::createApplication(int appId, const std::string& url, const std::string& extra)

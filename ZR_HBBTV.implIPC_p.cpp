@@ -26,6 +26,7 @@ const int kBrowserLookups = 11;
 Mutex ZR_HbbtvImplPrivate::m_mutex;
 std::atomic<bool> ZR_HbbtvImplPrivate::_gotKilled(false);
 unsigned int ZR_HbbtvImplPrivate::_keyID = 0;
+int ZR_HbbtvImplPrivate::_AppIDCounter = 1;
 
 void DeathNotifier::binderDied(const android::wp<android::IBinder>&)
 {

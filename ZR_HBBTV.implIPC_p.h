@@ -158,6 +158,7 @@ public:
     // Read without the lock where the browser's reports go straight to the host.
     static std::atomic<bool> _gotKilled;
     static unsigned int _keyID;
+    static int _AppIDCounter; // the next user-application id, from 1; never reset
 
 private:
     // Under the lock and unless killed: hands the channel manager client to send, or prints
