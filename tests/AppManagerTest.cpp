@@ -192,7 +192,20 @@ TEST(AppManager, BroadcastEventsReachTheBrowsersClients)
     tv.wrapper->notifySignalLost();
     tv.wrapper->tunerStopped(true);
     tv.wrapper->tunerStopped(false);
+    // A changed list is read from the host through the TV service and handed over whole.
+    hbbtv_sim::LineupChannel first, second;
+    first.channelID3 = 28106;
+    first.name = "Das Erste";
+    second.channelID3 = 28011;
+    second.name = "ZDF";
+    tv.host.setAnswerWriterFor(TunerCommand_RequestChannelsLineup,
+                               hbbtv_sim::SimulatedHost::lineupWriter({first, second}));
+    tv.wrapper->notifyChannelListChanged();
     const hbbtv_sim::ChannelManagerRecord channels = tv.browser.channelManagerClient()->record();
+    ASSERT_EQ(1u, channels.channelLists.size());
+    ASSERT_EQ(2u, channels.channelLists[0].size());
+    EXPECT_EQ("Das Erste", channels.channelLists[0][0].getName());
+    EXPECT_EQ("ZDF", channels.channelLists[0][1].getName());
     ASSERT_EQ(1u, channels.channelChanges.size());
     EXPECT_EQ(1, channels.channelChanges[0].first.getOnid());
     EXPECT_EQ(2, channels.channelChanges[0].first.getSid());
