@@ -19,6 +19,7 @@
 #include <thread>
 #include <vector>
 
+#include "HbbtvBackendGlue.MemoryPool.h"
 #include "HbbtvBackendGlue.ServiceAgent.h"
 #include "HostAnswerThread.h"
 
@@ -240,5 +241,8 @@ int main(int argc, char** argv)
         printf("%-10d %14.0f %14.0f\n", threads, a, r);
     }
     fflush(stdout);
-    _exit(0); // the agent's, the host's and the relay's threads are never stopped
+    // The agent's, the host's and the relay's threads are never stopped, so exit handlers are
+    // skipped; the region's name goes here instead.
+    backendMallocUninit();
+    _exit(0);
 }
