@@ -121,8 +121,9 @@ public:
     static const uint32_t kDefaultTimeoutMs = 10000;
 
     explicit HbbtvCommandPayload(HbbtvBackendCommand command, int param1 = 0, int param2 = 0);
-    // Writes the default budget back into timeoutMs before the memory is returned.
-    ~HbbtvCommandPayload() { timeoutMs = kDefaultTimeoutMs; }
+    // Writes the default budget back into timeoutMs before the memory is returned. The host reads
+    // these bytes, so the store must not be dropped as one to an object whose life is ending.
+    ~HbbtvCommandPayload() { *static_cast<volatile uint32_t*>(&timeoutMs) = kDefaultTimeoutMs; }
 
     static void* operator new(size_t size) noexcept;
     static void operator delete(void* p);

@@ -115,11 +115,12 @@ TEST(Payloads, ConstructorsFillTheWireFields)
 
 TEST(Payloads, DestructorWritesTheDefaultBudgetBack)
 {
-    alignas(8) unsigned char storage[sizeof(HbbtvCommandPayload)];
-    HbbtvCommandPayload* payload = ::new (storage) HbbtvCommandPayload(DSMCC_DVBURL_GetFile);
+    void* block = getOperatorNewDel()->OperatorNew(sizeof(HbbtvCommandPayload));
+    HbbtvCommandPayload* payload = ::new (block) HbbtvCommandPayload(DSMCC_DVBURL_GetFile);
     payload->timeoutMs = 60000;
     payload->~HbbtvCommandPayload();
-    EXPECT_EQ(10000, wordAt(storage, 16));
+    EXPECT_EQ(10000, wordAt(static_cast<const unsigned char*>(block), 16));
+    getOperatorNewDel()->OperatorDel(block);
 }
 
 TEST(Answers, CreatedAnswersAreClearedEvenInReusedBlocks)
