@@ -19,18 +19,17 @@ int componentType(const Json& arguments)
                                            : NCOR::Broadcast::COMPONENT_TYPE_SUBTITLE;
 }
 
-const ListedChannel* findChannel(const Scenario& scenario, const std::string& name)
+// The channel the step's "channel" argument names, from the list the browser read; an error
+// text when there is none.
+std::string needChannel(const Scenario& scenario, const Json& arguments, const ListedChannel*& found)
 {
+    const std::string name = arguments.at("channel").get<std::string>();
     for (const ListedChannel& channel : scenario.channels) {
         if (channel.record.getName() == name) {
-            return &channel;
+            found = &channel;
+            return std::string();
         }
     }
-    return nullptr;
-}
-
-std::string unknownChannel(const std::string& name)
-{
     return "no channel " + quoted(name) + " in the list the browser read (read_channel_list comes first)";
 }
 
@@ -119,14 +118,14 @@ std::string runTune(Scenario& s, const Json& a)
     if (!missing.empty()) {
         return missing;
     }
-    const std::string name = a.at("channel").get<std::string>();
-    const ListedChannel* const channel = findChannel(s, name);
-    if (channel == nullptr) {
-        return unknownChannel(name);
+    const ListedChannel* channel = nullptr;
+    const std::string unknown = needChannel(s, a, channel);
+    if (!unknown.empty()) {
+        return unknown;
     }
     s.host.setAnswerWriterFor(TunerCommand_TuneTo, SimulatedHost::resultWriter(NCOR::Broadcast::PLAY_ERROR_NONE));
     NCOR::Broadcast::PlayStateError result = NCOR::Broadcast::PLAY_ERROR_UNDEFINED;
-    const Scenario::Call call = s.measure("tune(" + name + ")", [&] { result = tv->tune(channel->record); });
+    const Scenario::Call call = s.measure("tune(" + channel->record.getName() + ")", [&] { result = tv->tune(channel->record); });
     const std::string commands = Scenario::expectCommands(call, { TunerCommand_TuneTo });
     if (!commands.empty()) {
         return commands;
@@ -217,10 +216,10 @@ std::string runReadSchedule(Scenario& s, const Json& a)
     if (!missing.empty()) {
         return missing;
     }
-    const std::string name = a.at("channel").get<std::string>();
-    const ListedChannel* const channel = findChannel(s, name);
-    if (channel == nullptr) {
-        return unknownChannel(name);
+    const ListedChannel* channel = nullptr;
+    const std::string unknown = needChannel(s, a, channel);
+    if (!unknown.empty()) {
+        return unknown;
     }
     std::vector<HbbtvEPGInformation> events;
     for (const Json& p : a.at("programmes")) {
@@ -236,7 +235,7 @@ std::string runReadSchedule(Scenario& s, const Json& a)
     s.host.setAnswerWriterFor(ProgrammeCommand_GetAllProgrammeInfo, SimulatedHost::scheduleWriter(events));
     Owned<NCOR::ProgrammeData> programmes;
     bool read = false;
-    const Scenario::Call call = s.measure("getAllProgrammesForChannel(" + name + ")",
+    const Scenario::Call call = s.measure("getAllProgrammesForChannel(" + channel->record.getName() + ")",
         [&] { read = tv->getAllProgrammesForChannel(channel->record, programmes.records); });
     const std::string commands = Scenario::expectCommands(call, { ProgrammeCommand_GetAllProgrammeInfo });
     if (!commands.empty()) {
