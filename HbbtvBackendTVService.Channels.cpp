@@ -31,9 +31,11 @@ NCOR::Broadcast::ChannelType channelTypeOf(uint32_t hostType)
                                           : NCOR::Broadcast::TYPE_OTHER;
 }
 
-std::map<HostIDType, NCOR::Broadcast::ChannelIDType> idTypeTable()
+// Keyed by the host's plain number: a host word outside the enumeration must not become a value
+// of it.
+std::map<uint32_t, NCOR::Broadcast::ChannelIDType> idTypeTable()
 {
-    return map_list_of<HostIDType, NCOR::Broadcast::ChannelIDType>(HbbtvServiceRequestChannelInfoAnswer::ID_ANALOG,
+    return map_list_of<uint32_t, NCOR::Broadcast::ChannelIDType>(HbbtvServiceRequestChannelInfoAnswer::ID_ANALOG,
         NCOR::Broadcast::ID_ANALOG)(HbbtvServiceRequestChannelInfoAnswer::ID_DVB_C, NCOR::Broadcast::ID_DVB_C)(
         HbbtvServiceRequestChannelInfoAnswer::ID_DVB_S, NCOR::Broadcast::ID_DVB_S)(
         HbbtvServiceRequestChannelInfoAnswer::ID_DVB_T, NCOR::Broadcast::ID_DVB_T)(
@@ -47,6 +49,12 @@ std::map<HostIDType, NCOR::Broadcast::ChannelIDType> idTypeTable()
         HbbtvServiceRequestChannelInfoAnswer::ID_ATSC_T, NCOR::Broadcast::ID_ATSC_T)(
         HbbtvServiceRequestChannelInfoAnswer::ID_IPTV_SDS, NCOR::Broadcast::ID_IPTV_SDS)(
         HbbtvServiceRequestChannelInfoAnswer::ID_IPTV_URI, NCOR::Broadcast::ID_IPTV_URI);
+}
+
+const std::map<uint32_t, NCOR::Broadcast::ChannelIDType>& theIdTypeTable()
+{
+    static const std::map<uint32_t, NCOR::Broadcast::ChannelIDType> table = idTypeTable();
+    return table;
 }
 
 // A channel name in the pool's string area: NUL-terminated, at most 254 characters, and never
@@ -93,8 +101,13 @@ std::string hostTerminatedText(const HbbtvRecordString& text)
 
 NCOR::Broadcast::ChannelIDType TranslateChannelData::HbbtvIDType2InteralIDType(HostIDType type)
 {
-    static const std::map<HostIDType, NCOR::Broadcast::ChannelIDType> table = idTypeTable();
-    const std::map<HostIDType, NCOR::Broadcast::ChannelIDType>::const_iterator found = table.find(type);
+    return hostIDType(static_cast<uint32_t>(type));
+}
+
+NCOR::Broadcast::ChannelIDType TranslateChannelData::hostIDType(uint32_t value)
+{
+    const std::map<uint32_t, NCOR::Broadcast::ChannelIDType>& table = theIdTypeTable();
+    const std::map<uint32_t, NCOR::Broadcast::ChannelIDType>::const_iterator found = table.find(value);
     return found != table.end() ? found->second : NCOR::Broadcast::ID_ANALOG;
 }
 
@@ -109,7 +122,7 @@ void TranslateChannelData::operator()(HostChannelInfo& info, NCOR::ChannelTunerD
     channel.autoUpdateChannelID();
     channel.setMajorChannel(info.channelNumberD);
     channel.autoUpdateChannelID();
-    channel.setIdType(HbbtvIDType2InteralIDType(static_cast<HostIDType>(info.idType)));
+    channel.setIdType(hostIDType(info.idType));
     channel.autoUpdateChannelID();
     channel.setAuthorised((info.invertedFlag & 1) == 0);
     channel.setName(hostStoredText(info.name, "channel name"));
@@ -121,7 +134,7 @@ void TranslateChannelData::operator()(HostChannelInfo& info, NCOR::ChannelTunerD
 
 NCOR::ChannelTunerData HbbtvBackendTVService::transformHbbtvChannelInfo2ChannelTunerData(HostChannelInfo info)
 {
-    static const std::map<HostIDType, NCOR::Broadcast::ChannelIDType> table = idTypeTable();
+    const std::map<uint32_t, NCOR::Broadcast::ChannelIDType>& table = theIdTypeTable();
 
     NCOR::ChannelTunerData channel;
     channel.setChannelType(channelTypeOf(info.channelType));
@@ -143,8 +156,7 @@ NCOR::ChannelTunerData HbbtvBackendTVService::transformHbbtvChannelInfo2ChannelT
         printf("\e[31m<<***** Channel %d IsLocked ***** %s %s >>%d \e[m\r\n", info.channelNumberD, kSourceName,
             "transformHbbtvChannelInfo2ChannelTunerData", 1361);
     }
-    const std::map<HostIDType, NCOR::Broadcast::ChannelIDType>::const_iterator found
-        = table.find(static_cast<HostIDType>(info.idType));
+    const std::map<uint32_t, NCOR::Broadcast::ChannelIDType>::const_iterator found = table.find(info.idType);
     if (found == table.end()) {
         printf("\e[0;32;31m[ERR][HbbTV-???]%s %s %d\e[0m\n", kSourceName, "transformHbbtvChannelInfo2ChannelTunerData",
             1370);
@@ -188,7 +200,7 @@ NCOR::Broadcast::PlayStateError HbbtvBackendTVService::tune(const NCOR::ChannelT
         payload.reset(new HbbtvCommandPayloadWithChannelIDInfo(
             TunerCommand_TuneTo, channel.getSid(), channel.getOnid(), channel.getMajorChannel()));
     }
-    sendServiceRequest(payload.get(), answer.get());
+    sendServiceRequest(payload, answer);
     // Not checked for validity: a request that was not answered reports 0, as the answer was made.
     return static_cast<NCOR::Broadcast::PlayStateError>(answer->intValue1);
 }
@@ -202,7 +214,7 @@ NCOR::Broadcast::PlayStateError HbbtvBackendTVService::bindToCurrentChannel(cons
     std::unique_ptr<HbbtvServiceRequestAnswer> answer = HbbtvServiceRequestAnswer::create();
     std::unique_ptr<HbbtvCommandPayloadWithChannelIDInfo> payload(new HbbtvCommandPayloadWithChannelIDInfo(
         TunerCommand_Bind2CurrentChannel, channel.getSid(), channel.getOnid(), channel.getMajorChannel()));
-    sendServiceRequest(payload.get(), answer.get());
+    sendServiceRequest(payload, answer);
     return static_cast<NCOR::Broadcast::PlayStateError>(answer->intValue1);
 }
 
@@ -210,7 +222,7 @@ bool HbbtvBackendTVService::getCurrentChannel(NCOR::ChannelTunerData& channel)
 {
     std::unique_ptr<HbbtvServiceRequestChannelInfoAnswer> answer(new HbbtvServiceRequestChannelInfoAnswer());
     std::unique_ptr<HbbtvCommandPayload> payload(new HbbtvCommandPayload(TunerCommand_GetCurrentChannelInfo));
-    sendServiceRequest(payload.get(), answer.get());
+    sendServiceRequest(payload, answer);
     if (answer->valid == 0) {
         return false;
     }
@@ -227,7 +239,7 @@ bool HbbtvBackendTVService::getChannelList(std::vector<NCOR::ChannelTunerData*>&
     std::unique_ptr<HbbtvServiceRequestChannelsLineupAnswer> answer(new HbbtvServiceRequestChannelsLineupAnswer());
     std::unique_ptr<HbbtvCommandPayloadWithLineupPool> payload(
         new HbbtvCommandPayloadWithLineupPool(TunerCommand_RequestChannelsLineup, toWireAddress(pool)));
-    sendServiceRequest(payload.get(), answer.get());
+    sendServiceRequest(payload, answer);
     if (answer->valid == 0) {
         return false;
     }
@@ -235,15 +247,16 @@ bool HbbtvBackendTVService::getChannelList(std::vector<NCOR::ChannelTunerData*>&
     // The entry table and the string area are found from the pool's own position, never from the
     // words the host could have overwritten; the table takes the first half of the data area.
     // Fetching the pool again rewrites its area size, whatever the host left there.
-    const uint32_t areaSize = hbbtvBackendChannelListPool()->areaSize;
+    const uint32_t areaSize = __atomic_load_n(&hbbtvBackendChannelListPool()->areaSize, __ATOMIC_RELAXED);
     unsigned char* const poolStart = reinterpret_cast<unsigned char*>(pool);
     const unsigned char* const entries = poolStart + sizeof(HbbtvChannelListPool);
     const char* const strings = reinterpret_cast<const char*>(entries + areaSize / 2);
     // The data area runs from the end of the four header words to the end of the region.
     const unsigned char* const areaEnd = poolStart + 4 * sizeof(uint32_t) + areaSize;
     const size_t stringsSize = static_cast<size_t>(areaEnd - reinterpret_cast<const unsigned char*>(strings));
-    pool->entriesAddress = toWireAddress(entries);
-    pool->stringsAddress = toWireAddress(strings);
+    // The same words from every caller, but callers may write them at once.
+    __atomic_store_n(&pool->entriesAddress, toWireAddress(entries), __ATOMIC_RELAXED);
+    __atomic_store_n(&pool->stringsAddress, toWireAddress(strings), __ATOMIC_RELAXED);
 
     uint32_t count = pool->count;
     const uint32_t capacity = (areaSize / 2) / sizeof(HbbtvChannelListEntry);
@@ -269,7 +282,7 @@ bool HbbtvBackendTVService::getChannelList(std::vector<NCOR::ChannelTunerData*>&
         channel->autoUpdateChannelID();
         channel->setMajorChannel(entry.channelID3);
         channel->autoUpdateChannelID();
-        channel->setIdType(TranslateChannelData::HbbtvIDType2InteralIDType(static_cast<HostIDType>(entry.idType)));
+        channel->setIdType(TranslateChannelData::hostIDType(entry.idType));
         channel->autoUpdateChannelID();
         // The host's flag says "not authorised": inverted on purpose.
         channel->setAuthorised(entry.flagA == 0);

@@ -110,7 +110,7 @@ void HbbtvBackendTVService::getAVComponents(
 {
     std::unique_ptr<HbbtvServiceRequestAVInfoAnswer> answer = HbbtvServiceRequestAVInfoAnswer::create();
     std::unique_ptr<HbbtvCommandPayload> payload(new HbbtvCommandPayload(TunerCommand_GetAVInfo, 0, type));
-    sendServiceRequest(payload.get(), answer.get());
+    sendServiceRequest(payload, answer);
     if (answer->valid != 0) {
         AvComponentInfoTranslator()(type, answer->avComponentInfo, components);
     }
@@ -121,7 +121,7 @@ void HbbtvBackendTVService::getActiveAVComponents(
 {
     std::unique_ptr<HbbtvServiceRequestAVInfoAnswer> answer = HbbtvServiceRequestAVInfoAnswer::create();
     std::unique_ptr<HbbtvCommandPayload> payload(new HbbtvCommandPayload(TunerCommand_GetAVInfo, 1, type));
-    sendServiceRequest(payload.get(), answer.get());
+    sendServiceRequest(payload, answer);
     if (answer->valid != 0) {
         AvComponentInfoTranslator()(type, answer->avComponentInfo, components);
     }

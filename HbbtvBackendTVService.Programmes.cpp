@@ -13,36 +13,6 @@ namespace {
 
 const char kSourceName[] = "HbbtvBackendTVService";
 
-// The host fills some results in place, through a 32-bit address word: on a 64-bit build only the
-// main shared region is sure to lie below 4 GiB, so the result object itself lives there (its
-// elements stay on the heap).
-template <typename T> class SharedRegionObject {
-public:
-    SharedRegionObject()
-    {
-        static_assert(alignof(T) <= 8, "the shared region hands out 8-aligned blocks");
-        void* const block = hbbtvBackendMalloc(sizeof(T));
-        if (block == nullptr) {
-            HbbtvBackendGlue_AssertFail(kSourceName, __PRETTY_FUNCTION__, __LINE__);
-        }
-        m_object = new (block) T();
-    }
-    ~SharedRegionObject()
-    {
-        m_object->~T();
-        hbbtvBackendMfree(m_object);
-    }
-    SharedRegionObject(const SharedRegionObject&) = delete;
-    SharedRegionObject& operator=(const SharedRegionObject&) = delete;
-
-    T& operator*() { return *m_object; }
-    T* operator->() { return m_object; }
-    uint32_t wireAddress() const { return toWireAddress(m_object); }
-
-private:
-    T* m_object;
-};
-
 } // namespace
 
 void ProgrammeInfoTranslator::operator()(
@@ -65,7 +35,7 @@ void HbbtvBackendTVService::getProgrammes(std::vector<NCOR::ProgrammeData*>& pro
         std::unique_ptr<HbbtvServiceRequestProgramInfoAnswer> answer = HbbtvServiceRequestProgramInfoAnswer::create();
         std::unique_ptr<HbbtvCommandPayload> payload(
             new HbbtvCommandPayload(ProgrammeCommand_GetProgrammeInfo, present, 0));
-        sendServiceRequest(payload.get(), answer.get());
+        sendServiceRequest(payload, answer);
         if (answer->valid == 0) {
             continue;
         }
@@ -90,8 +60,7 @@ bool HbbtvBackendTVService::getAllProgrammesForChannel(
         std::unique_ptr<HbbtvCommandPayloadWithStrParams> payload = HbbtvCommandPayloadWithStrParams::create(
             ProgrammeCommand_GetAllProgrammeInfo, HbbtvRecordString(), HbbtvRecordString(), 0, 0);
         payload->resultAddress = schedule.wireAddress();
-        sendServiceRequest(payload.get(), answer.get());
-        answered = answer->valid != 0;
+        answered = sendServiceRequest(payload, answer, &schedule) && answer->valid != 0;
     }
     if (answered) {
         for (const HbbtvEPGInformation& event : *schedule) {
@@ -136,8 +105,7 @@ void HbbtvBackendTVService::getSIDescriptors(const std::string& programmeID, NCO
             = HbbtvCommandPayloadWithStrParams::create(ProgrammeCommand_GetSIDescriptors,
                 HbbtvRecordString(programmeID.c_str()), HbbtvRecordString(), tag, extensionTag);
         payload->resultAddress = found.wireAddress();
-        sendServiceRequest(payload.get(), answer.get());
-        answered = answer->valid != 0;
+        answered = sendServiceRequest(payload, answer, &found) && answer->valid != 0;
     }
     if (answered && !found->empty()) {
         for (size_t i = 0; i < found->size(); ++i) {

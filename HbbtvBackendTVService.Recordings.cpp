@@ -22,7 +22,7 @@ std::unique_ptr<HbbtvServiceRequestAnswer> HbbtvBackendTVService::sendStringComm
     std::unique_ptr<HbbtvServiceRequestAnswer> answer = HbbtvServiceRequestAnswer::create();
     std::unique_ptr<HbbtvCommandPayloadWithStrParams> payload = HbbtvCommandPayloadWithStrParams::create(
         command, HbbtvRecordString(text1.c_str()), HbbtvRecordString(text2.c_str()), param1, param2);
-    sendServiceRequest(payload.get(), answer.get());
+    sendServiceRequest(payload, answer);
     return answer;
 }
 

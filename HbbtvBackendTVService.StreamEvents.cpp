@@ -1,5 +1,6 @@
 // Stream events and the object carousel: subscriptions to DSM-CC stream events, mounting a
-// carousel resource named by a dvb: URL, and announcing a new application to the host.
+// carousel resource named by a dvb: URL, announcing a new application to the host, and the
+// signalled applications as the browser's descriptions.
 #include <unistd.h>
 
 #include <cstdio>
@@ -98,6 +99,10 @@ bool HbbtvBackendTVService::requestOCResourceMount(const std::string& url, std::
         return false;
     }
     for (int attempt = 0; attempt < kMountAttempts; ++attempt) {
+        // After teardown every attempt would be refused at once: forty of them are forty seconds.
+        if (m_tornDown) {
+            return false;
+        }
         if (!GetHbbTVRunningStatus()) {
             printf("[HbbTV-SYS]%s pass out, Hbbtv is not running", "requestOCResourceMount");
             return false;
@@ -107,7 +112,7 @@ bool HbbtvBackendTVService::requestOCResourceMount(const std::string& url, std::
         payload->timeoutMs = kMountTimeoutMs;
         std::unique_ptr<HbbtvServiceRequestDvbResourceMountAnswer> answer(
             new HbbtvServiceRequestDvbResourceMountAnswer());
-        sendServiceRequest(payload.get(), answer.get());
+        sendServiceRequest(payload, answer);
         if (answer->valid != 0) {
             mountPoint = hostTerminatedText(answer->strValue1);
             return true;
@@ -116,9 +121,39 @@ bool HbbtvBackendTVService::requestOCResourceMount(const std::string& url, std::
             return false;
         }
         usleep(kMountRetryPauseUs);
-        payload->timeoutMs = HbbtvCommandPayload::kDefaultTimeoutMs;
+        if (payload != nullptr) { // gone to the agent when the attempt was given up
+            payload->timeoutMs = HbbtvCommandPayload::kDefaultTimeoutMs;
+        }
     }
     return false;
+}
+
+std::vector<NCOR::AITApplicationDescriptorData*> HbbtvBackendTVService::AITApp2AITDescription(unsigned short,
+                                                                                               const AITApps& apps)
+{
+    // Every record carries the same version word, whatever the signalling says.
+    const uint32_t kDescriptorVersion = 0x10201;
+    std::vector<NCOR::AITApplicationDescriptorData*> descriptions;
+    for (const AITApp& app : apps.apps) {
+        const std::vector<std::string> boundaries(app.boundaries);
+        for (const AITTransport& transport : app.transports) {
+            std::unique_ptr<NCOR::AITApplicationDescriptorData> description(new NCOR::AITApplicationDescriptorData());
+            description->setOrgId(app.organisationId);
+            description->setAppId(app.applicationId);
+            description->setName(app.name);
+            description->setUrl(transport.baseUrl + app.location);
+            description->setControlCode(app.controlCode);
+            description->setProtocolId(transport.protocolId);
+            description->setVisibility(app.visibility);
+            description->setPriority(app.priority);
+            description->setProfile(0);
+            description->setVersion(kDescriptorVersion);
+            description->setServiceBound(app.serviceBound);
+            description->setBoundaries(boundaries);
+            descriptions.push_back(description.release());
+        }
+    }
+    return descriptions;
 }
 
 void HbbtvBackendTVService::notifyStartNewApp(const char* url)
@@ -138,7 +173,7 @@ void HbbtvBackendTVService::notifyStartNewApp(const char* url)
     std::unique_ptr<HbbtvCommandPayloadWithStrParams> payload
         = HbbtvCommandPayloadWithStrParams::create(TunerCommand_StartNewApplication, text, HbbtvRecordString(), 0, 0);
     std::unique_ptr<HbbtvServiceRequestAnswer> answer = HbbtvServiceRequestAnswer::create();
-    sendServiceRequest(payload.get(), answer.get());
+    sendServiceRequest(payload, answer);
 }
 
 } // namespace ZR_HBBTV_Core

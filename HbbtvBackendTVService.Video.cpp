@@ -46,20 +46,21 @@ void HbbtvBackendTVService::setViewport(bool fullScreen, int x, int y, int width
 
 void HbbtvBackendTVService::selectAVComponent(const NCOR::AVComponentData& component)
 {
-    {
-        const std::unique_ptr<HbbtvServiceRequestAnswer> answer =
-            sendPlainCommand(TunerCommand_SelectAVComponent, component.getComponentType(), component.getComponentTag());
-        usleep(5); // the host's component switch wants a moment before the records go
-    }
+    switchComponent(TunerCommand_SelectAVComponent, component);
 }
 
 void HbbtvBackendTVService::unselectAVComponent(const NCOR::AVComponentData& component)
 {
-    {
-        const std::unique_ptr<HbbtvServiceRequestAnswer> answer = sendPlainCommand(
-            TunerCommand_UnselectAVComponent, component.getComponentType(), component.getComponentTag());
-        usleep(5);
-    }
+    switchComponent(TunerCommand_UnselectAVComponent, component);
+}
+
+void HbbtvBackendTVService::switchComponent(HbbtvBackendCommand command, const NCOR::AVComponentData& component)
+{
+    std::unique_ptr<HbbtvServiceRequestAnswer> answer = HbbtvServiceRequestAnswer::create();
+    std::unique_ptr<HbbtvCommandPayload> payload(
+        new HbbtvCommandPayload(command, component.getComponentType(), component.getComponentTag()));
+    sendServiceRequest(payload, answer);
+    usleep(5); // the host's component switch wants a moment before either record goes
 }
 
 bool HbbtvBackendTVService::canHandleDigitalTeletext()

@@ -131,23 +131,24 @@ void HbbtvBackendTVService::teardown()
 
 unsigned int HbbtvBackendTVService::ticket()
 {
-    // Binder threads draw tickets without a lock; two at once may rarely draw the same one.
-    uint32_t next = m_ticket.load(std::memory_order_relaxed) + 1;
-    if (next == 0) {
-        next = 1;
+    // Drawn atomically: two requests with one ticket would wake each other's requesters. The
+    // counter passes 0 once in 2^32 draws; that draw takes the next number.
+    uint32_t next = m_ticket.fetch_add(1, std::memory_order_relaxed) + 1;
+    while (next == 0) {
+        next = m_ticket.fetch_add(1, std::memory_order_relaxed) + 1;
     }
-    m_ticket.store(next, std::memory_order_relaxed);
     return next;
 }
 
-void HbbtvBackendTVService::sendServiceRequest(HbbtvCommandPayload* payload, HbbtvServiceRequestAnswer* answer)
+BackendRequestResult HbbtvBackendTVService::sendToAgent(HbbtvCommandPayload* payload,
+                                                        HbbtvServiceRequestAnswer* answer)
 {
     // After teardown the host may be gone: the request is refused and its answer stays not valid.
     if (m_tornDown) {
-        return;
+        return RequestRefused;
     }
     payload->ticket = ticket();
-    getServiceAgent()->request(payload, answer);
+    return getServiceAgent()->request(payload, answer);
 }
 
 void HbbtvBackendTVService::serviceRequestFinished(unsigned int finishedTicket)
@@ -160,7 +161,7 @@ std::unique_ptr<HbbtvServiceRequestAnswer> HbbtvBackendTVService::sendPlainComma
 {
     std::unique_ptr<HbbtvServiceRequestAnswer> answer = HbbtvServiceRequestAnswer::create();
     std::unique_ptr<HbbtvCommandPayload> payload(new HbbtvCommandPayload(command, param1, param2));
-    sendServiceRequest(payload.get(), answer.get());
+    sendServiceRequest(payload, answer);
     return answer;
 }
 

@@ -7,12 +7,15 @@
 
 #include <atomic>
 #include <map>
+#include <memory>
+#include <new>
 #include <string>
 #include <vector>
 
 #include <utils/String16.h>
 #include <utils/Vector.h>
 
+#include "HbbtvBackendGlue.MemoryPool.h"
 #include "HbbtvBackendGlue.ServiceAgent.h"
 #include "HbbtvBackendRecords.h"
 #include "HbbtvHostRecords.h"
@@ -22,6 +25,7 @@
 #include "IRecordingManagerClient.h"
 #include "ITVService.h"
 #include "ITvConfigurationClient.h"
+#include "ncor/AITApplicationDescriptorData.h"
 #include "ZR_HbbtvImplInterface.h"
 
 namespace ZR_HBBTV_Core {
@@ -64,6 +68,8 @@ class TranslateChannelData {
 public:
     static NCOR::Broadcast::ChannelIDType HbbtvIDType2InteralIDType(
         HbbtvServiceRequestChannelInfoAnswer::HbbtvIDType type);
+    // The same for a word as the host wrote it; a value outside the table is analogue.
+    static NCOR::Broadcast::ChannelIDType hostIDType(uint32_t value);
     void operator()(HbbtvServiceRequestChannelInfoAnswer::HbbtvChannelInfo& info, NCOR::ChannelTunerData& channel);
 };
 
@@ -90,6 +96,33 @@ public:
     bool operator()(const std::string& url, unsigned int& serviceId);
 };
 
+// A result object that the host fills in place through a payload's address word (a schedule, a
+// list of descriptors). It lives in the shared region, since on a 64-bit build only that region is
+// sure to lie below 4 GiB; its elements stay on the heap.
+class SharedRegionResult {
+public:
+    virtual ~SharedRegionResult() {}
+    // Gives the object up, with what destroys it, to whoever keeps it for the host from now on.
+    virtual HostHeldRecord handOver() = 0;
+};
+
+template <typename T> class SharedRegionObject : public SharedRegionResult {
+public:
+    SharedRegionObject();
+    ~SharedRegionObject() override;
+    SharedRegionObject(const SharedRegionObject&) = delete;
+    SharedRegionObject& operator=(const SharedRegionObject&) = delete;
+
+    T& operator*() { return *m_object; }
+    T* operator->() { return m_object; }
+    uint32_t wireAddress() const { return toWireAddress(m_object); }
+    HostHeldRecord handOver() override;
+
+private:
+    static void destroy(void* object);
+    T* m_object;
+};
+
 // The agent's one road to the host.
 class IssueSrviceRequest : public ServiceRequestIssuer {
 public:
@@ -113,8 +146,15 @@ public:
     void teardown();
 
     // The request path.
+    // The next ticket: 32-bit, never 0, and never the same for two requests in flight.
     unsigned int ticket();
-    void sendServiceRequest(HbbtvCommandPayload* payload, HbbtvServiceRequestAnswer* answer);
+    // Sends the request and waits; true when the host answered it (the answer may still say not
+    // valid). When the request is given up the host may still write its records, so they go to
+    // the agent, which keeps them until the host reports them finished: the payload comes back
+    // null and the answer as a fresh one, not valid. The result object, if any, goes with them.
+    template <typename Payload, typename Answer>
+    bool sendServiceRequest(std::unique_ptr<Payload>& payload, std::unique_ptr<Answer>& answer,
+                            SharedRegionResult* result = nullptr);
     void serviceRequestFinished(unsigned int ticket);
     void SetHbbTVRunningStatus(bool running);
     bool GetHbbTVRunningStatus();
@@ -220,6 +260,11 @@ public:
     virtual void notifyConfigurationChanged();
     virtual void notifyRecordingStateChanged(const NCOR::RecordingData& recording, NCOR::Broadcast::PVRState state);
 
+    // The host's signalled applications as the browser's descriptions: one per application and
+    // transport, in order, owned by the receiver. The first argument is not used.
+    static std::vector<NCOR::AITApplicationDescriptorData*> AITApp2AITDescription(unsigned short,
+                                                                                  const AITApps& apps);
+
     // Called by the application manager when a browser application starts loading.
     void notifyStartNewApp(const char* url);
 
@@ -243,17 +288,21 @@ public:
     bool CheckTuneChannelType();
 
 private:
+    // Draws the ticket and passes the request to the agent; refused at once after teardown.
+    BackendRequestResult sendToAgent(HbbtvCommandPayload* payload, HbbtvServiceRequestAnswer* answer);
     // Sends a plain command record with up to two integers and a plain answer, and waits.
     // Returns the answer for reading (freed when it goes).
     std::unique_ptr<HbbtvServiceRequestAnswer> sendPlainCommand(HbbtvBackendCommand command, int param1 = 0,
                                                                 int param2 = 0);
     android::sp<IChannelManagerClient> channelManagerClient();
+    // Selects or unselects a component; both records stay until after the host's pause.
+    void switchComponent(HbbtvBackendCommand command, const NCOR::AVComponentData& component);
     // Sends a command record with two texts and two integers and a plain answer, and waits.
     std::unique_ptr<HbbtvServiceRequestAnswer> sendStringCommand(HbbtvBackendCommand command, const std::string& text1,
                                                                  const std::string& text2, int param1 = 0,
                                                                  int param2 = 0);
 
-    std::atomic<uint32_t> m_ticket; // drawn without a lock, deliberately (see ticket())
+    std::atomic<uint32_t> m_ticket;
     Hbbtv_TVServer* m_tvServer;
     HbbtvBackendClientRegister* m_clientRegister;
     android::sp<IAITSignallingClient> m_aitSignallingClient;
@@ -274,6 +323,55 @@ private:
     Mutex m_clientsMutex;             // guards the five client references
     std::atomic<bool> m_tornDown;     // set by teardown: requests refused from then on
 };
+
+template <typename Payload, typename Answer>
+bool HbbtvBackendTVService::sendServiceRequest(std::unique_ptr<Payload>& payload, std::unique_ptr<Answer>& answer,
+                                               SharedRegionResult* result)
+{
+    const BackendRequestResult outcome = sendToAgent(payload.get(), answer.get());
+    if (outcome != RequestGivenUp) {
+        return outcome == RequestAnswered;
+    }
+    const unsigned int givenUpTicket = payload->ticket;
+    const HostHeldRecord records[] = {
+        hostHeldRecord(payload.release()),
+        hostHeldRecord(answer.release()),
+        result != nullptr ? result->handOver() : HostHeldRecord{nullptr, nullptr},
+    };
+    answer.reset(new Answer());
+    getServiceAgent()->holdGivenUpRecords(givenUpTicket, records, 3);
+    return false;
+}
+
+template <typename T> SharedRegionObject<T>::SharedRegionObject()
+{
+    static_assert(alignof(T) <= 8, "the shared region hands out 8-aligned blocks");
+    void* const block = hbbtvBackendMalloc(sizeof(T));
+    if (block == nullptr) {
+        HbbtvBackendGlue_AssertFail("HbbtvBackendTVService", __PRETTY_FUNCTION__, __LINE__);
+    }
+    m_object = new (block) T();
+}
+
+template <typename T> SharedRegionObject<T>::~SharedRegionObject()
+{
+    if (m_object != nullptr) {
+        destroy(m_object);
+    }
+}
+
+template <typename T> HostHeldRecord SharedRegionObject<T>::handOver()
+{
+    T* const object = m_object;
+    m_object = nullptr;
+    return HostHeldRecord{object, &SharedRegionObject<T>::destroy};
+}
+
+template <typename T> void SharedRegionObject<T>::destroy(void* object)
+{
+    static_cast<T*>(object)->~T();
+    hbbtvBackendMfree(object);
+}
 
 } // namespace ZR_HBBTV_Core
 

@@ -16,7 +16,7 @@ const useconds_t kKeyPollMicroseconds = 3000;
 
 } // namespace
 
-ZR_HbbtvImpl::ZR_HbbtvImpl() : m_initialised(false)
+ZR_HbbtvImpl::ZR_HbbtvImpl() : m_initialised(false), m_everInitialised(false)
 {
 }
 
@@ -37,6 +37,7 @@ void ZR_HbbtvImpl::init(Hbbtv_TVServer* server)
     m_private = created;
     m_private->init();
     m_initialised = true;
+    m_everInitialised.store(true, std::memory_order_release);
 }
 
 void ZR_HbbtvImpl::deinit()
@@ -136,10 +137,12 @@ void ZR_HbbtvImpl::notifyBroadbandAccessAvailable(bool available)
     }
 }
 
+// Accepted after deinit too, without touching the manager: the host's completion threads may
+// still report requests that were in flight, and a given-up request's records wait for that.
 void ZR_HbbtvImpl::notifyHbbtvServiceRequestFinished(HbbtvCommandPayload* payload)
 {
-    if (ready()) {
-        m_private->notifyHbbtvServiceRequestFinished(payload);
+    if (m_everInitialised.load(std::memory_order_acquire)) {
+        ZR_HbbtvImplPrivate::notifyHbbtvServiceRequestFinished(payload);
     }
 }
 

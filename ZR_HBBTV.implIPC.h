@@ -3,6 +3,8 @@
 #ifndef ZR_HBBTV_IMPLIPC_H
 #define ZR_HBBTV_IMPLIPC_H
 
+#include <atomic>
+
 #include <utils/StrongPointer.h>
 
 #include "ZR_HbbtvImplInterface.h"
@@ -57,6 +59,8 @@ private:
     // Owned through its reference count: the browser holds references to it as its client.
     android::sp<ZR_HbbtvImplPrivate> m_private;
     bool m_initialised;
+    // Set by the first init and never cleared: completions are accepted from then on.
+    std::atomic<bool> m_everInitialised;
 };
 
 } // namespace ZR_HBBTV_Core

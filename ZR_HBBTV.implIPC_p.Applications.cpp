@@ -3,13 +3,12 @@
 #include <memory>
 
 #include "ZR_HBBTV.implIPC_p.h"
-#include "ncor/AITApplicationDescriptorData.h"
+#include "HbbtvBackendTVService.h"
 
 namespace ZR_HBBTV_Core {
 
 namespace {
 const char kSourceName[] = "ZR_HBBTV.implIPC_p";
-const uint32_t kDescriptorVersion = 0x10201;
 const int kMainWindow = 1;
 } // namespace
 
@@ -20,25 +19,8 @@ bool ZR_HbbtvImplPrivate::newAITNotification(unsigned int aitVersion, const AITA
         return false;
     }
     // One description per application and transport; the records pass to the browser.
-    std::vector<NCOR::AITApplicationDescriptorData*> descriptions;
-    for (const AITApp& app : apps.apps) {
-        for (const AITTransport& transport : app.transports) {
-            std::unique_ptr<NCOR::AITApplicationDescriptorData> description(new NCOR::AITApplicationDescriptorData());
-            description->setOrgId(app.organisationId);
-            description->setAppId(app.applicationId);
-            description->setName(app.name);
-            description->setUrl(transport.baseUrl + app.location);
-            description->setControlCode(app.controlCode);
-            description->setProtocolId(transport.protocolId);
-            description->setVisibility(app.visibility);
-            description->setPriority(app.priority);
-            description->setProfile(0);
-            description->setVersion(kDescriptorVersion);
-            description->setServiceBound(app.serviceBound);
-            description->setBoundaries(app.boundaries);
-            descriptions.push_back(description.release());
-        }
-    }
+    std::vector<NCOR::AITApplicationDescriptorData*> descriptions
+        = HbbtvBackendTVService::AITApp2AITDescription(0, apps);
     m_aitSignallingClient->signalNewAIT(aitVersion, descriptions, apps.count);
     return true;
 }

@@ -1,6 +1,7 @@
 // The multimedia component bridge: the browser player's component lists go to the host, the
 // host's choice goes back to the browser.
 #include <cstdio>
+#include <cstring>
 
 #include "ZR_HBBTV.implIPC_p.h"
 
@@ -8,13 +9,22 @@ namespace ZR_HBBTV_Core {
 
 namespace {
 
+// A flag as the other side stored it. A byte other than 0 or 1 is no valid bool to load, so the
+// byte is read as a number: any non-zero value is true.
+bool storedFlag(const bool& flag)
+{
+    unsigned char byte;
+    memcpy(&byte, &flag, 1);
+    return byte != 0;
+}
+
 std::vector<HbbtvMultimediaComponentData> toHost(const std::vector<MultimediaComponentData>& components)
 {
     std::vector<HbbtvMultimediaComponentData> host;
     host.reserve(components.size());
     for (const MultimediaComponentData& component : components) {
         host.push_back(HbbtvMultimediaComponentData{component.text1, component.text2, component.value1,
-                                                    component.flag, component.value2, component.value3});
+                                                    storedFlag(component.flag), component.value2, component.value3});
     }
     return host;
 }
@@ -27,7 +37,7 @@ MultimediaComponentData toBrowser(const HbbtvMultimediaComponentData& component)
     browser.text1 = component.text1;
     browser.text2 = component.text2;
     browser.value1 = component.value1;
-    browser.flag = component.flag;
+    browser.flag = storedFlag(component.flag);
     browser.value2 = component.value2;
     browser.value3 = component.value3;
     return browser;

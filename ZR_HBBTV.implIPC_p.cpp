@@ -24,6 +24,7 @@ const int kBrowserLookups = 11;
 } // namespace
 
 Mutex ZR_HbbtvImplPrivate::m_mutex;
+Mutex ZR_HbbtvImplPrivate::m_launchMutex;
 std::atomic<bool> ZR_HbbtvImplPrivate::_gotKilled(false);
 unsigned int ZR_HbbtvImplPrivate::_keyID = 0;
 int ZR_HbbtvImplPrivate::_AppIDCounter = 1;
@@ -88,7 +89,9 @@ void ZR_HbbtvImplPrivate::teardown()
 
 bool ZR_HbbtvImplPrivate::launchBrowser()
 {
-    Locker<Mutex> lock(m_mutex);
+    // The look-ups may take ten seconds: they run without the class-wide lock, so that the host's
+    // other calls (completions above all) go on meanwhile. Launches themselves go one at a time.
+    Locker<Mutex> launching(m_launchMutex);
     if (_gotKilled) {
         return false;
     }
@@ -106,6 +109,13 @@ bool ZR_HbbtvImplPrivate::launchBrowser()
             return true;
         }
         usleep(1000000);
+        if (_gotKilled) {
+            return false;
+        }
+    }
+    Locker<Mutex> lock(m_mutex);
+    if (_gotKilled) {
+        return false;
     }
     m_deathNotifier = new DeathNotifier(this);
     binder->linkToDeath(m_deathNotifier, nullptr, 0);
@@ -131,14 +141,17 @@ bool ZR_HbbtvImplPrivate::isBrowserReady()
 void ZR_HbbtvImplPrivate::binderDied()
 {
     puts("hbbtvBrowser is died!");
-    Locker<Mutex> lock(m_mutex);
-    if (_gotKilled) {
-        return;
+    {
+        Locker<Mutex> lock(m_mutex);
+        if (_gotKilled) {
+            return;
+        }
+        // Only the notifier and the pid are reset: the host decides what the death means.
+        m_deathNotifier.clear();
+        m_browserPid = 0;
     }
-    // Only the notifier and the pid are reset: the host decides what the death means.
-    m_deathNotifier.clear();
-    m_browserPid = 0;
-    m_server->HBBTV_BrowserDiedNotification();
+    // Without the lock: the host may call any wrapper operation from inside its callback.
+    HBBTV_BrowserDiedNotification();
 }
 
 bool ZR_HbbtvImplPrivate::startBrowser()
@@ -188,7 +201,11 @@ void ZR_HbbtvImplPrivate::HBBTV_ServiceRequestHandler(void* payload, void* answe
 {
     if (!_gotKilled) {
         m_server->HBBTV_ServiceRequestHandler(payload, answer);
+        return;
     }
+    // The host is gone: the request finishes at once, its answer not valid, rather than keep its
+    // requester for a whole budget.
+    notifyHbbtvServiceRequestFinished(static_cast<HbbtvCommandPayload*>(payload));
 }
 
 void ZR_HbbtvImplPrivate::HBBTV_HeartBeatNotification()
@@ -296,13 +313,16 @@ void ZR_HbbtvImplPrivate::SetHbbTVRunningStatus(bool running)
     }
 }
 
+// Takes no lock and needs no manager: the host reports completions from its own threads, from
+// inside its callbacks and after deinit, and a given-up request's records are released only
+// when its completion arrives.
 void ZR_HbbtvImplPrivate::notifyHbbtvServiceRequestFinished(HbbtvCommandPayload* payload)
 {
-    Locker<Mutex> lock(m_mutex);
-    if (_gotKilled || m_tvService == nullptr || payload == nullptr) {
+    BackendServiceAgent* const agent = getServiceAgent();
+    if (payload == nullptr || !agent->started()) {
         return;
     }
-    m_tvService->serviceRequestFinished(payload->ticket);
+    agent->response(payload->ticket);
 }
 
 void ZR_HbbtvImplPrivate::setCookiesEnabledAttribute(bool enabled)

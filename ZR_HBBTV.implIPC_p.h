@@ -113,7 +113,7 @@ public:
 
     // Host operations.
     void SetHbbTVRunningStatus(bool running);
-    void notifyHbbtvServiceRequestFinished(HbbtvCommandPayload* payload);
+    static void notifyHbbtvServiceRequestFinished(HbbtvCommandPayload* payload);
     void setCookiesEnabledAttribute(bool enabled);
     void sendCookiesEnabledAttribute();
     const char* setupEnvVar(const char* name, const char* value);
@@ -155,6 +155,8 @@ public:
     void forceReleaseMMResource();
 
     static Mutex m_mutex;
+    // Serialises launchBrowser, whose look-ups run without m_mutex.
+    static Mutex m_launchMutex;
     // Read without the lock where the browser's reports go straight to the host.
     static std::atomic<bool> _gotKilled;
     static unsigned int _keyID;

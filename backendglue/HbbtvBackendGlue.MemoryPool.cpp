@@ -47,14 +47,18 @@ unsigned char* g_backendRegion = nullptr; // set under the allocator's mutex (se
 
 template <typename T>
 struct AuxPool {
-    // Read and written without a lock on purpose: two first calls at once may both map.
+    // Published once, after the mapping is complete; the first callers map under the lock, so
+    // that two of them at once map the region only once.
     static std::atomic<T*> pool;
     static std::atomic<int32_t> unalignedOffset;
+    static Mutex mapping;
 };
 template <typename T>
 std::atomic<T*> AuxPool<T>::pool(nullptr);
 template <typename T>
 std::atomic<int32_t> AuxPool<T>::unalignedOffset(0);
+template <typename T>
+Mutex AuxPool<T>::mapping;
 
 shm_allocator* createProcessAllocator()
 {
@@ -309,8 +313,29 @@ void hbbtvBackendMfree(void* p)
 }
 
 template <typename T>
+T* mapAuxMemoryPool();
+
+template <typename T>
 T* hbbtvBackendAuxMemoryPool()
 {
+    T* pool = AuxPool<T>::pool.load(std::memory_order_acquire);
+    if (pool == nullptr) {
+        pool = mapAuxMemoryPool<T>();
+    }
+    if (pool == nullptr) {
+        return nullptr;
+    }
+    // Rewritten on every call; an atomic store, since callers may race here by design.
+    const uint32_t areaSize =
+        T::kAreaSize - static_cast<uint32_t>(AuxPool<T>::unalignedOffset.load(std::memory_order_relaxed));
+    __atomic_store_n(&pool->areaSize, areaSize, __ATOMIC_RELAXED);
+    return pool;
+}
+
+template <typename T>
+T* mapAuxMemoryPool()
+{
+    Locker<Mutex> lock(AuxPool<T>::mapping);
     T* pool = AuxPool<T>::pool.load(std::memory_order_relaxed);
     if (pool == nullptr) {
         const int fd = shm_open(channelListRegionName(), O_RDWR | O_CREAT, 0600);
@@ -335,12 +360,8 @@ T* hbbtvBackendAuxMemoryPool()
             HbbtvBackendGlue_AssertFail(kSourceFile, __PRETTY_FUNCTION__, 319);
         }
         pool = reinterpret_cast<T*>(aligned);
-        AuxPool<T>::pool.store(pool, std::memory_order_relaxed);
+        AuxPool<T>::pool.store(pool, std::memory_order_release);
     }
-    // Rewritten on every call; an atomic store, since callers may race here by design.
-    const uint32_t areaSize =
-        T::kAreaSize - static_cast<uint32_t>(AuxPool<T>::unalignedOffset.load(std::memory_order_relaxed));
-    __atomic_store_n(&pool->areaSize, areaSize, __ATOMIC_RELAXED);
     return pool;
 }
 

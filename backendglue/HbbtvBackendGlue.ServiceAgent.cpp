@@ -8,7 +8,9 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <algorithm>
 #include <new>
+#include <vector>
 
 #include "plx_str.h"
 
@@ -19,6 +21,9 @@ namespace {
 const char kSourceFile[] = "./backendglue/HbbtvBackendGlue.ServiceAgent.cpp";
 const int kCompletionMarker = -1;
 const double kBudgetBonusMs = 1000.0;
+
+// Set on the agent's own thread, where a request must never wait for the agent.
+thread_local bool t_onAgentThread = false;
 
 // Budgets are unsigned 32-bit milliseconds: truncate toward zero, never below 0 nor past the top.
 uint32_t toBudget(double milliseconds)
@@ -38,7 +43,13 @@ uint32_t toBudget(double milliseconds)
 // GetServiceTask
 
 GetServiceTask::GetServiceTask(HbbtvCommandPayload* command, HbbtvServiceRequestAnswer* answer)
-    : m_command(command), m_answer(answer)
+    : GetServiceTask(command, answer, command != nullptr ? command->ticket : 0)
+{
+}
+
+GetServiceTask::GetServiceTask(HbbtvCommandPayload* command, HbbtvServiceRequestAnswer* answer, unsigned int ticket)
+    : m_command(command), m_answer(answer), m_ticket(ticket), m_deadline(BackendMessageQueue::kNoDeadline),
+      m_givenUp(false)
 {
     if (sem_init(&m_sem, 0, 0) != 0) {
         HbbtvBackendGlue_AssertFail(kSourceFile, __PRETTY_FUNCTION__, 37);
@@ -52,26 +63,29 @@ GetServiceTask::~GetServiceTask()
     }
 }
 
+// Tasks and markers never reach the host, so they live on the heap: the shared region holds only
+// the records the host reads.
 GetServiceTask* GetServiceTask::create(HbbtvCommandPayload* command, HbbtvServiceRequestAnswer* answer)
 {
-    void* memory = getOperatorNewDel()->OperatorNew(sizeof(GetServiceTask));
-    try {
-        return ::new (memory) GetServiceTask(command, answer);
-    } catch (...) {
-        getOperatorNewDel()->OperatorDel(memory);
-        throw;
+    GetServiceTask* const task = new (std::nothrow) GetServiceTask(command, answer);
+    if (task == nullptr) {
+        HbbtvBackendGlue_AssertFail(kSourceFile, __PRETTY_FUNCTION__, 57);
     }
+    return task;
+}
+
+GetServiceTask* GetServiceTask::createMarker(unsigned int ticket)
+{
+    GetServiceTask* const task = new (std::nothrow) GetServiceTask(nullptr, nullptr, ticket);
+    if (task == nullptr) {
+        HbbtvBackendGlue_AssertFail(kSourceFile, __PRETTY_FUNCTION__, 66);
+    }
+    return task;
 }
 
 void GetServiceTask::destroy(GetServiceTask* task)
 {
-    task->~GetServiceTask();
-    getOperatorNewDel()->OperatorDel(task);
-}
-
-unsigned int GetServiceTask::ticket() const
-{
-    return m_command->ticket;
+    delete task;
 }
 
 void GetServiceTask::acquire()
@@ -203,24 +217,19 @@ BackendServiceAgent::CommandTaskQueue::CommandTaskQueue(double milliseconds) : m
 {
 }
 
-GetServiceTask* BackendServiceAgent::CommandTaskQueue::wait(BackendMessageQueueWaitResult& result,
-                                                            double& elapsedMilliseconds)
+GetServiceTask* BackendServiceAgent::CommandTaskQueue::wait(BackendMessageQueueWaitResult& result, double now,
+                                                            double deadline)
 {
-    const double start = currentTime();
     AlwaysTruePredicate any;
-    GetServiceTask* const task = waitForMessageFilteredWithTimeout(result, any, start + m_timeoutSeconds);
-    elapsedMilliseconds = (currentTime() - start) * 1000.0;
-    if (elapsedMilliseconds < 0) {
-        elapsedMilliseconds = 1.0;
-    }
-    return task;
+    const double limit = now + m_timeoutSeconds;
+    return waitForMessageFilteredWithTimeout(result, any, deadline < limit ? deadline : limit);
 }
 
-void BackendServiceAgent::WaitingResponseTaskQueue::adjustTryTime(double elapsedMilliseconds)
+void BackendServiceAgent::WaitingResponseTaskQueue::adjustTryTime(double now)
 {
     Locker<Mutex> lock(m_mutex);
     for (GetServiceTask* task : m_tasks) {
-        task->command()->timeoutMs = toBudget(static_cast<double>(task->command()->timeoutMs) - elapsedMilliseconds);
+        task->command()->timeoutMs = toBudget((task->deadline() - now) * 1000.0);
     }
 }
 
@@ -237,17 +246,29 @@ GetServiceTask* BackendServiceAgent::WaitingResponseTaskQueue::retriveWithTicket
     return nullptr;
 }
 
-GetServiceTask* BackendServiceAgent::WaitingResponseTaskQueue::takeExpired()
+GetServiceTask* BackendServiceAgent::WaitingResponseTaskQueue::takeExpired(double now)
 {
     Locker<Mutex> lock(m_mutex);
     for (std::deque<GetServiceTask*>::iterator it = m_tasks.begin(); it != m_tasks.end(); ++it) {
-        if ((*it)->command()->timeoutMs == 0) {
+        if ((*it)->deadline() <= now) {
             GetServiceTask* const task = *it;
             m_tasks.erase(it);
             return task;
         }
     }
     return nullptr;
+}
+
+double BackendServiceAgent::WaitingResponseTaskQueue::nearestDeadline()
+{
+    Locker<Mutex> lock(m_mutex);
+    double nearest = kNoDeadline;
+    for (const GetServiceTask* task : m_tasks) {
+        if (task->deadline() < nearest) {
+            nearest = task->deadline();
+        }
+    }
+    return nearest;
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -289,42 +310,41 @@ void* BackendServiceAgent::threadEntryPoint(void* agent)
 void* BackendServiceAgent::threadFunction()
 {
     prctl(PR_SET_NAME, "backend::serviceAgent");
+    t_onAgentThread = true;
     plx_str::GetInstance()->addStrThreadItem();
     printf("STR Thread Trace: %s::%d::%s\n", kSourceFile, 423, "threadFunction");
 
     GetServiceTask* task = nullptr;
     try {
+        // One clock reading a cycle, taken when the wait ends: it dates the hand-over of the
+        // cycle's request, counts budgets down and finds the deadlines that have passed.
+        double now = currentTime();
         for (;;) {
             task = nullptr;
             if (plx_interface_common::Get_plx_str()->strThreadItemSuspend() != 0) {
                 printf("Fixme, I am resumed %s::%d::%s\n", kSourceFile, 430, "threadFunction");
             }
-            const double cycleStart = currentTime();
+            // The wait ends by the nearest deadline, so that expiry is acted on in time however
+            // busy the queue is.
             BackendMessageQueueWaitResult result;
-            double elapsed;
-            task = m_commandQueue.wait(result, elapsed);
-            if (result != GotMessage) {
-                if (task != nullptr) {
-                    HbbtvBackendGlue_AssertFail(kSourceFile, __PRETTY_FUNCTION__, 442);
+            task = m_commandQueue.wait(result, now, m_waitingQueue.nearestDeadline());
+            now = currentTime();
+            if (result == GotMessage) {
+                if (task->isMarker()) {
+                    handleCompletion(task);
+                    GetServiceTask::destroy(task);
+                } else {
+                    issue(task, now);
                 }
-                // Budgets are acted on only in cycles that found no work for a whole wait.
-                releaseTimeoutRequests();
-                m_waitingQueue.adjustTryTime((currentTime() - cycleStart) * 1000.0);
-                continue;
+            } else if (task != nullptr) {
+                HbbtvBackendGlue_AssertFail(kSourceFile, __PRETTY_FUNCTION__, 442);
             }
-            const bool isMarker = task->command()->command == kCompletionMarker;
-            if (isMarker) {
-                handleCompletion(task);
-            } else {
-                issue(task);
-            }
-            m_waitingQueue.adjustTryTime((currentTime() - cycleStart) * 1000.0);
-            if (isMarker) {
-                GetServiceTask::destroy(task);
-            }
+            task = nullptr;
+            m_waitingQueue.adjustTryTime(now);
+            releaseTimeoutRequests(now);
         }
     } catch (...) {
-        if (task != nullptr) {
+        if (task != nullptr && task->isMarker()) {
             GetServiceTask::destroy(task);
         }
         plx_str::GetInstance()->removeStrThreadItem();
@@ -337,74 +357,155 @@ void BackendServiceAgent::handleCompletion(GetServiceTask* marker)
 {
     GetServiceTask* const waiting = m_waitingQueue.retriveWithTicket(marker->ticket());
     if (waiting == nullptr) {
-        // No such request, or it was given up already.
+        // No such request, or it was given up already: then its records can go now.
         if (m_logEnabled) {
             HbbtvBackendGlue_Log("[BackendGlue_GetThreadService] Request match fail - %s, ticket:%u\n",
-                                 convertBackendCommandToString(marker->command()->command), marker->ticket());
+                                 convertBackendCommandToString(kCompletionMarker), marker->ticket());
         }
-    } else {
-        if (m_logEnabled) {
-            HbbtvBackendGlue_Log("[BackendGlue_GetThreadService] Request Return - %s, ticket:%u, result:%s\n",
-                                 convertBackendCommandToString(waiting->command()->command), waiting->ticket(),
-                                 waiting->retAnswer()->valid ? "true" : "false");
-        }
-        // Exactly one post must be pending when the requester wakes.
-        while (!waiting->hasBeenWaited()) {
-            usleep(100);
-        }
-        waiting->notifyServiceBack(); // the requester owns the task from here
+        releaseGivenUp(marker->ticket());
+        return;
     }
-    HbbtvCommandPayload* const payload = marker->command();
-    if (payload != nullptr) {
-        payload->timeoutMs = HbbtvCommandPayload::kDefaultTimeoutMs;
-        delete payload;
+    if (m_logEnabled) {
+        HbbtvBackendGlue_Log("[BackendGlue_GetThreadService] Request Return - %s, ticket:%u, result:%s\n",
+                             convertBackendCommandToString(waiting->command()->command), waiting->ticket(),
+                             waiting->retAnswer()->valid ? "true" : "false");
     }
+    // Exactly one post must be pending when the requester wakes.
+    while (!waiting->hasBeenWaited()) {
+        usleep(100);
+    }
+    waiting->notifyServiceBack(); // the requester owns the task from here
 }
 
-void BackendServiceAgent::issue(GetServiceTask* task)
+void BackendServiceAgent::issue(GetServiceTask* task, double now)
 {
+    HbbtvCommandPayload* const payload = task->command();
+    payload->timeoutMs = toBudget(static_cast<double>(payload->timeoutMs) + kBudgetBonusMs);
+    task->setDeadline(now + payload->timeoutMs / 1000.0);
     // Queued as waiting before it is issued, so that a completion reported while the host is still
     // inside the issuer finds it.
     m_waitingQueue.append(task);
-    HbbtvCommandPayload* const payload = task->command();
-    payload->timeoutMs = toBudget(static_cast<double>(payload->timeoutMs) + kBudgetBonusMs);
     if (m_logEnabled) {
         HbbtvBackendGlue_Log("[BackendGlue_GetThreadService] %s, instruct():%d, ticket:%u\n",
                              convertBackendCommandToString(payload->command), payload->command, task->ticket());
     }
+    const uint32_t budget = payload->timeoutMs;
     if (!(*m_issuer)(payload, task->retAnswer())) {
         HbbtvBackendGlue_AssertFail(kSourceFile, "void* ZR_HBBTV_Core::BackendServiceAgent::threadFunction()", 469);
     }
+    // The budget counts down in the payload, where the host sees it; a host that lowers it while
+    // it takes the request shortens the request's life accordingly.
+    const uint32_t lowered = payload->timeoutMs;
+    if (lowered < budget) {
+        task->setDeadline(now + lowered / 1000.0);
+    }
 }
 
-void BackendServiceAgent::request(HbbtvCommandPayload* payload, HbbtvServiceRequestAnswer* answer)
+BackendRequestResult BackendServiceAgent::request(HbbtvCommandPayload* payload, HbbtvServiceRequestAnswer* answer)
 {
+    // The agent thread is inside the host's hand-over: waiting here would wait for ourselves.
+    if (t_onAgentThread) {
+        printf("[BackendGlue_GetThreadService] Request refused - %s, ticket:%u, asked from inside the host's "
+               "hand-over\n",
+               convertBackendCommandToString(payload->command), payload->ticket);
+        return RequestRefused;
+    }
     GetServiceTask* const task = GetServiceTask::create(payload, answer);
     m_commandQueue.append(task);
     task->acquire();
+    const bool givenUp = task->givenUp();
     GetServiceTask::destroy(task);
+    return givenUp ? RequestGivenUp : RequestAnswered;
 }
 
 void BackendServiceAgent::response(unsigned int ticket)
 {
-    void* const memory = getOperatorNewDel()->OperatorNew(sizeof(HbbtvCommandPayload));
-    HbbtvCommandPayload* const marker = ::new (memory) HbbtvCommandPayload(TunerCommand_AddStreamEvent);
-    marker->command = kCompletionMarker;
-    marker->ticket = ticket;
-    m_commandQueue.append(GetServiceTask::create(marker, nullptr));
+    m_commandQueue.append(GetServiceTask::createMarker(ticket));
 }
 
-void BackendServiceAgent::releaseTimeoutRequests()
+void BackendServiceAgent::releaseTimeoutRequests(double now)
 {
-    while (GetServiceTask* const task = m_waitingQueue.takeExpired()) {
-        if (task->retAnswer() != nullptr) {
-            task->retAnswer()->valid = 0;
+    while (GetServiceTask* const task = m_waitingQueue.takeExpired(now)) {
+        giveUp(task);
+    }
+}
+
+// The answer is left as it is: the host may still be writing it, and the requester learns the
+// outcome from request() instead.
+void BackendServiceAgent::giveUp(GetServiceTask* task)
+{
+    std::vector<GivenUpRequest> evicted;
+    {
+        Locker<Mutex> lock(m_givenUpMutex);
+        m_givenUp.push_back(GivenUpRequest{task->ticket(), task->command()->command, false, {}, 0});
+        while (m_givenUp.size() > kMaxGivenUpRequests) {
+            evicted.push_back(m_givenUp.front());
+            m_givenUp.pop_front();
         }
-        if (m_logEnabled) {
-            HbbtvBackendGlue_Log("[BackendGlue_GetThreadService] Request timeout - %s, ticket:%u\n",
-                                 convertBackendCommandToString(task->command()->command), task->ticket());
+    }
+    for (const GivenUpRequest& old : evicted) {
+        printf("[BackendGlue_GetThreadService] Request never finished - %s, ticket:%u, its records are freed "
+               "after %u later time-outs\n",
+               convertBackendCommandToString(old.command), old.ticket, static_cast<unsigned>(kMaxGivenUpRequests));
+        destroyRecords(old.records, old.count);
+    }
+    if (m_logEnabled) {
+        HbbtvBackendGlue_Log("[BackendGlue_GetThreadService] Request timeout - %s, ticket:%u\n",
+                             convertBackendCommandToString(task->command()->command), task->ticket());
+    }
+    task->markGivenUp();
+    task->notifyServiceBack();
+}
+
+void BackendServiceAgent::holdGivenUpRecords(unsigned int ticket, const HostHeldRecord* records, size_t count)
+{
+    if (count > 3) {
+        HbbtvBackendGlue_AssertFail(kSourceFile, __PRETTY_FUNCTION__, __LINE__);
+    }
+    {
+        Locker<Mutex> lock(m_givenUpMutex);
+        for (std::deque<GivenUpRequest>::reverse_iterator it = m_givenUp.rbegin(); it != m_givenUp.rend(); ++it) {
+            if (it->ticket == ticket && !it->recordsHeld) {
+                std::copy(records, records + count, it->records);
+                it->count = count;
+                it->recordsHeld = true;
+                return;
+            }
         }
-        task->notifyServiceBack();
+    }
+    // The host has reported the ticket finished meanwhile (or it was pushed out): nothing holds
+    // the records any more.
+    destroyRecords(records, count);
+}
+
+void BackendServiceAgent::releaseGivenUp(unsigned int ticket)
+{
+    GivenUpRequest finished{0, 0, false, {}, 0};
+    {
+        Locker<Mutex> lock(m_givenUpMutex);
+        for (std::deque<GivenUpRequest>::iterator it = m_givenUp.begin(); it != m_givenUp.end(); ++it) {
+            if (it->ticket == ticket) {
+                finished = *it;
+                m_givenUp.erase(it);
+                break;
+            }
+        }
+    }
+    destroyRecords(finished.records, finished.count);
+}
+
+size_t BackendServiceAgent::givenUpRequests()
+{
+    Locker<Mutex> lock(m_givenUpMutex);
+    return m_givenUp.size();
+}
+
+void BackendServiceAgent::destroyRecords(const HostHeldRecord* records, size_t count)
+{
+    for (size_t i = 0; i < count; ++i) {
+        if (records[i].object != nullptr && records[i].destroy != nullptr) {
+            records[i].destroy(records[i].object);
+        }
     }
 }
 

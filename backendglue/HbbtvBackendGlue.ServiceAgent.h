@@ -4,11 +4,12 @@
 // queues it and sleeps on the task's semaphore. The agent thread takes the task, moves it to the
 // list of requests awaiting their answer and hands it to the host through a ServiceRequestIssuer.
 // The host reports completion by ticket (response); the agent matches the ticket and wakes the
-// requester. A request whose time budget runs out is given up: its answer is marked not valid
-// and its requester woken.
+// requester. A request whose deadline passes is given up and its requester woken; since the host
+// may still write into its records, they are kept until the host reports that ticket finished.
 #ifndef HBBTV_BACKENDGLUE_SERVICEAGENT_H
 #define HBBTV_BACKENDGLUE_SERVICEAGENT_H
 
+#include <pthread.h>
 #include <semaphore.h>
 
 #include <atomic>
@@ -20,7 +21,9 @@
 namespace ZR_HBBTV_Core {
 
 // One pending request: payload, the answer the host is to fill, and the semaphore its requester
-// sleeps on. Lives in the shared region; neither record is owned.
+// sleeps on. The task is the agent's own and lives on the heap; neither record is owned. The
+// ticket is copied from the payload when the task is made, so that a host overwriting the
+// payload cannot make one request answer for another.
 class GetServiceTask {
 public:
     GetServiceTask(HbbtvCommandPayload* command, HbbtvServiceRequestAnswer* answer);
@@ -29,13 +32,22 @@ public:
     GetServiceTask& operator=(const GetServiceTask&) = delete;
 
     static GetServiceTask* create(HbbtvCommandPayload* command, HbbtvServiceRequestAnswer* answer);
-    // Runs the destructor and gives the memory back to the shared region.
+    // A completion marker: the ticket the host reported finished, with no records.
+    static GetServiceTask* createMarker(unsigned int ticket);
     static void destroy(GetServiceTask* task);
 
-    unsigned int ticket() const;
+    unsigned int ticket() const { return m_ticket; }
+    bool isMarker() const { return m_command == nullptr; }
     const HbbtvCommandPayload* command() const { return m_command; }
     HbbtvCommandPayload* command() { return m_command; }
     HbbtvServiceRequestAnswer* retAnswer() { return m_answer; }
+
+    // When the request is given up, seconds on currentTime's clock; set when it is issued.
+    double deadline() const { return m_deadline; }
+    void setDeadline(double deadline) { m_deadline = deadline; }
+    // Set by the agent before it wakes the requester of a request it gave up.
+    bool givenUp() const { return m_givenUp; }
+    void markGivenUp() { m_givenUp = true; }
 
     // Sleeps until notifyServiceBack; an interrupted wait is repeated.
     void acquire();
@@ -44,8 +56,13 @@ public:
     bool hasBeenWaited();
 
 private:
+    GetServiceTask(HbbtvCommandPayload* command, HbbtvServiceRequestAnswer* answer, unsigned int ticket);
+
     HbbtvCommandPayload* m_command;
     HbbtvServiceRequestAnswer* m_answer;
+    unsigned int m_ticket;
+    double m_deadline;
+    bool m_givenUp;
     sem_t m_sem;
 };
 
@@ -101,13 +118,37 @@ public:
     virtual bool operator()(const HbbtvCommandPayload* payload, HbbtvServiceRequestAnswer* answer) = 0;
 };
 
+// A record that the host may still write after its request was given up, with what destroys it.
+struct HostHeldRecord {
+    void* object;
+    void (*destroy)(void* object);
+};
+
+// A record with what destroys it as its own type.
+template <typename T> HostHeldRecord hostHeldRecord(T* record)
+{
+    return HostHeldRecord{record, [](void* object) { delete static_cast<T*>(object); }};
+}
+
+// How a request ended for its requester.
+enum BackendRequestResult {
+    // The host reported the request finished: the answer is as the host left it.
+    RequestAnswered = 0,
+    // The budget ran out: the host may still write the records, so the requester hands them to
+    // holdGivenUpRecords instead of freeing them.
+    RequestGivenUp = 1,
+    // Never handed to the host (asked from inside the host's own hand-over): the records are the
+    // requester's again at once.
+    RequestRefused = 2,
+};
+
 class BackendServiceAgent {
 public:
     class CommandTaskQueue : public BackendMessageQueue {
     public:
         explicit CommandTaskQueue(double milliseconds);
-        // One wait for work of at most the queue's time-out; elapsedMilliseconds gets how long it took.
-        GetServiceTask* wait(BackendMessageQueueWaitResult& result, double& elapsedMilliseconds);
+        // One wait for work, until the earlier of the deadline and now plus the queue's time-out.
+        GetServiceTask* wait(BackendMessageQueueWaitResult& result, double now, double deadline);
 
     private:
         double m_timeoutSeconds;
@@ -115,13 +156,20 @@ public:
 
     class WaitingResponseTaskQueue : public BackendMessageQueue {
     public:
-        // Lowers every waiting request's budget by the elapsed time, not below 0.
-        void adjustTryTime(double elapsedMilliseconds);
+        // Writes into every waiting request's payload the milliseconds left to its deadline, not
+        // below 0: the budget the host sees counts down in place.
+        void adjustTryTime(double now);
         // Removes and returns the first waiting task with this ticket, or null.
         GetServiceTask* retriveWithTicket(unsigned int ticket);
-        // Removes and returns the first waiting task whose budget is spent, or null.
-        GetServiceTask* takeExpired();
+        // Removes and returns the first waiting task whose deadline has passed, or null.
+        GetServiceTask* takeExpired(double now);
+        // The earliest deadline of the waiting tasks, or kNoDeadline.
+        double nearestDeadline();
     };
+
+    // Given-up requests whose records are kept for the host, at most this many; past it the
+    // oldest are freed.
+    static const size_t kMaxGivenUpRequests = 256;
 
     BackendServiceAgent();
     ~BackendServiceAgent();
@@ -130,24 +178,47 @@ public:
 
     // Starts the agent thread once; later calls keep the first issuer. Always true.
     bool start(ServiceRequestIssuer* issuer);
+    bool started() const { return m_started.load(std::memory_order_acquire); }
     static void* threadEntryPoint(void* agent);
     void* threadFunction();
 
-    // Blocks until the request is answered or given up; the outcome is the answer's valid flag.
-    void request(HbbtvCommandPayload* payload, HbbtvServiceRequestAnswer* answer);
+    // Blocks until the request is answered, given up or refused. A given-up request is woken no
+    // later than its deadline (budget plus 1000 ms from the hand-over) whatever else the agent
+    // is doing, as long as the host returns from its hand-over promptly.
+    BackendRequestResult request(HbbtvCommandPayload* payload, HbbtvServiceRequestAnswer* answer);
     // Reports that the request with this ticket is finished; returns at once.
     void response(unsigned int ticket);
-    void releaseTimeoutRequests();
+    // Takes the records of a request that request() reported given up. They are destroyed when
+    // the host reports the ticket finished (at once if it already has), or when more than
+    // kMaxGivenUpRequests requests wait for the host.
+    void holdGivenUpRecords(unsigned int ticket, const HostHeldRecord* records, size_t count);
+    // Given-up requests whose records are still kept for the host.
+    size_t givenUpRequests();
+    void releaseTimeoutRequests(double now);
 
 private:
+    struct GivenUpRequest {
+        unsigned int ticket;
+        int command;
+        bool recordsHeld;
+        HostHeldRecord records[3];
+        size_t count;
+    };
+
     void handleCompletion(GetServiceTask* marker);
-    void issue(GetServiceTask* task);
+    void issue(GetServiceTask* task, double now);
+    void giveUp(GetServiceTask* task);
+    void releaseGivenUp(unsigned int ticket);
+    static void destroyRecords(const HostHeldRecord* records, size_t count);
 
     CommandTaskQueue m_commandQueue;
     WaitingResponseTaskQueue m_waitingQueue;
     ServiceRequestIssuer* m_issuer;
     std::atomic<bool> m_started;
     bool m_logEnabled;
+    pthread_t m_thread;
+    Mutex m_givenUpMutex;
+    std::deque<GivenUpRequest> m_givenUp;
 };
 
 // The process-wide agent, created on first use.

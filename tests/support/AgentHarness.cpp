@@ -39,9 +39,16 @@ RequestOutcome sendRequest(int command, uint32_t timeoutMs)
     payload->ticket = ++tickets;
     payload->timeoutMs = timeoutMs;
     const double start = currentTime();
-    getServiceAgent()->request(payload.get(), answer.get());
-    return RequestOutcome{payload->ticket, answer->valid != 0, answer->intValue1, answer->strValue1.c_str(),
-                          currentTime() - start};
+    const BackendRequestResult result = getServiceAgent()->request(payload.get(), answer.get());
+    const double seconds = currentTime() - start;
+    const unsigned int ticket = payload->ticket;
+    if (result == RequestGivenUp) {
+        const HostHeldRecord records[] = { ZR_HBBTV_Core::hostHeldRecord(payload.release()),
+                                           ZR_HBBTV_Core::hostHeldRecord(answer.release()) };
+        getServiceAgent()->holdGivenUpRecords(ticket, records, 2);
+        return RequestOutcome{ticket, false, 0, "", seconds};
+    }
+    return RequestOutcome{ticket, answer->valid != 0, answer->intValue1, answer->strValue1.c_str(), seconds};
 }
 
 size_t usedSharedNodes()

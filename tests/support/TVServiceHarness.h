@@ -1,7 +1,7 @@
 // Drives the process's TV service against the simulated host: the host answers every request on
 // its own thread (valid, intValue1 0, unless a test gives a command its own answer writer) and
 // reports completion straight to the service. Requests a test leaves unanswered get a budget of a
-// millisecond on hand-over, so that they run out at the agent's next idle cycle.
+// millisecond on hand-over, so that they run out at once.
 #ifndef HBBTV_TESTS_TV_SERVICE_HARNESS_H
 #define HBBTV_TESTS_TV_SERVICE_HARNESS_H
 
