@@ -35,7 +35,7 @@ void HostAnswerThread::post(const HbbtvCommandPayload* payload, HbbtvServiceRequ
     const HostDecision decision = m_decide(*payload);
     const std::chrono::steady_clock::time_point now = std::chrono::steady_clock::now();
     // The wrapper takes the payload back as a plain pointer: the host returns what it was given.
-    Job job{const_cast<HbbtvCommandPayload*>(payload), PayloadCopy(), answer, decision, now};
+    Job job{const_cast<HbbtvCommandPayload*>(payload), PayloadCopy(), answer, decision};
     memcpy(job.request.bytes, payload,
            std::max(sizeof(HbbtvCommandPayload), std::min(payloadBytes, kMaxPayloadBytes)));
     {
@@ -69,22 +69,16 @@ void HostAnswerThread::run()
 void HostAnswerThread::act(Job& job)
 {
     HbbtvCommandPayload& copy = job.request.payload();
-    // Once the requester's budget has run out its records may be freed and reused: a host that
-    // keeps to the contract touches neither any more, and reports from its own copy.
-    const bool withinBudget =
-        std::chrono::steady_clock::now() - job.handedOverAt < std::chrono::milliseconds(copy.timeoutMs);
+    // A late answer goes into the records it was handed, as a slow host's would: the library keeps
+    // a given-up request's records until this completion arrives.
     switch (job.decision.kind) {
     case HostDecision::Answer:
-        if (withinBudget) {
-            m_fill(copy, *job.answer);
-        }
-        m_report(withinBudget ? job.handedOver : &copy);
+        m_fill(copy, *job.answer);
+        m_report(job.handedOver);
         break;
     case HostDecision::AnswerTwice:
-        if (withinBudget) {
-            m_fill(copy, *job.answer);
-        }
-        m_report(withinBudget ? job.handedOver : &copy);
+        m_fill(copy, *job.answer);
+        m_report(job.handedOver);
         // The first completion may already have woken the requester, which then frees its records.
         m_report(&copy);
         break;

@@ -34,8 +34,8 @@ public:
     typedef std::function<void(const HbbtvCommandPayload&, HbbtvServiceRequestAnswer&)> Fill;
     typedef std::function<void(const HbbtvCommandPayload&, unsigned int ticket)> Complete;
     // Reports completion as the host does towards the wrapper: with the payload it was handed for
-    // the first completion of a request still within its budget, with a copy otherwise (a second
-    // completion, an unknown ticket, a request already given up).
+    // the first completion, late or not, and with a copy for a second completion or an unknown
+    // ticket.
     typedef std::function<void(HbbtvCommandPayload*)> Report;
 
     HostAnswerThread(Decide decide, Fill fill, Complete complete);
@@ -55,8 +55,8 @@ public:
     static constexpr size_t kMaxPayloadBytes = sizeof(HbbtvCommandPayloadWithChannelIDInfo);
 
 private:
-    // The request is copied when it is handed over, so that the host thread never reads a payload
-    // that its requester may already have released.
+    // The request is copied when it is handed over: the fill reads the request as it was, and a
+    // second completion must not read a payload that its requester may already have released.
     struct PayloadCopy {
         alignas(HbbtvCommandPayloadWithChannelIDInfo) unsigned char bytes[kMaxPayloadBytes];
         HbbtvCommandPayload& payload() { return *reinterpret_cast<HbbtvCommandPayload*>(bytes); }
@@ -66,7 +66,6 @@ private:
         PayloadCopy request;
         HbbtvServiceRequestAnswer* answer;
         HostDecision decision;
-        std::chrono::steady_clock::time_point handedOverAt;
     };
 
     void run();

@@ -1,0 +1,221 @@
+// A host may call any wrapper operation from inside any callback the library makes, on whatever
+// thread the callback comes, and the library neither deadlocks nor stalls; and what the host
+// calls after deinit finishes at once.
+#include <atomic>
+#include <chrono>
+#include <cstdio>
+#include <functional>
+#include <future>
+#include <string>
+#include <unistd.h>
+
+#include <gtest/gtest.h>
+
+#include "HbbtvBackendGlue.ServiceAgent.h"
+#include "HbbtvBackendTVService.h"
+#include "support/Television.h"
+
+using hbbtv_test::Television;
+using std::chrono::milliseconds;
+
+namespace {
+
+const milliseconds kWait(5000);
+
+// Every wrapper operation but init and deinit, with ordinary arguments.
+void callEveryOperation(ZR_HBBTV_Core::ZR_HbbtvImplInterface* wrapper)
+{
+    ZR_HBBTV_Core::AITApps apps;
+    apps.count = 0;
+    HbbtvMultimediaComponentData component{"en", "audio", 1, false, 2, 3};
+    HbbtvCommandPayload stray(TunerCommand_GetAVInfo);
+    stray.ticket = 0x7FFFFFF0;
+    wrapper->toggleDigitalTeletext();
+    wrapper->notifyChannelChanged(1, 2, 3);
+    wrapper->newAITNotification(1, apps);
+    wrapper->noAITNotification(0);
+    wrapper->tunerStopped(false);
+    wrapper->launchBrowser();
+    wrapper->keyClick(0x1000);
+    wrapper->prepareCreateApplication();
+    wrapper->createApplication(7, "http://app.example/", "");
+    wrapper->closeUserCreatedApps();
+    wrapper->notifyBroadbandAccessAvailable(true);
+    wrapper->notifyHbbtvServiceRequestFinished(&stray);
+    wrapper->notifyStreamEvent("dvb://1.2.3", "event", "data", "trigger");
+    wrapper->setCookiesEnabledAttribute(true);
+    wrapper->sendCookiesEnabledAttribute();
+    wrapper->isBrowserReady();
+    wrapper->notifyTimezoneChanged("UTC");
+    wrapper->notifyLocaleChanged("en");
+    wrapper->notifyParentalRatingChange(1, 2, 3, 4);
+    wrapper->notifyProgrammeChanged(1, 2, 3);
+    wrapper->SetHbbTVRunningStatus(true);
+    wrapper->isAppAlive(7);
+    wrapper->setupEnvVar("A", "B");
+    wrapper->unsetEnvVar("A");
+    wrapper->killCurrentApp();
+    wrapper->notifyChannelListChanged();
+    wrapper->selectMMAudioComponent(component);
+    wrapper->selectMMSubtitleComponent(component);
+    wrapper->forceReleaseMMResource();
+    wrapper->notifySignalLost();
+    wrapper->notifyTunerPlundered();
+}
+
+// A host that, the first time each of its callbacks is made, calls every wrapper operation from
+// inside it before it goes on as the simulated host does.
+class ReentrantHost : public hbbtv_sim::SimulatedHost {
+public:
+    enum Callback { Request, Loading, Died, AnyAppRunning, Audio, Subtitles, kCallbacks };
+
+    void HBBTV_ServiceRequestHandler(void* payload, void* answer) override
+    {
+        reenter(Request);
+        SimulatedHost::HBBTV_ServiceRequestHandler(payload, answer);
+    }
+    void HBBTV_LoadingNotification(int progress, const char* url) override
+    {
+        reenter(Loading);
+        SimulatedHost::HBBTV_LoadingNotification(progress, url);
+    }
+    void HBBTV_BrowserDiedNotification() override
+    {
+        // As a television does: the browser is restarted before it is bound again.
+        if (restartBrowser) {
+            restartBrowser();
+        }
+        reenter(Died);
+        SimulatedHost::HBBTV_BrowserDiedNotification();
+    }
+    void HBBTV_ReportIsAnyAppRunning(bool running) override
+    {
+        reenter(AnyAppRunning);
+        SimulatedHost::HBBTV_ReportIsAnyAppRunning(running);
+    }
+    void HBBTV_NotifyMultimediaAudioComponentDataChanged(const std::vector<HbbtvMultimediaComponentData>& components,
+                                                         int value) override
+    {
+        reenter(Audio);
+        SimulatedHost::HBBTV_NotifyMultimediaAudioComponentDataChanged(components, value);
+    }
+    void HBBTV_NotifyMultimediaSubtitleComponentDataChanged(
+        const std::vector<HbbtvMultimediaComponentData>& components, int value) override
+    {
+        reenter(Subtitles);
+        SimulatedHost::HBBTV_NotifyMultimediaSubtitleComponentDataChanged(components, value);
+    }
+
+    ZR_HBBTV_Core::ZR_HbbtvImplInterface* wrapper = nullptr;
+    std::function<void()> restartBrowser;
+    std::atomic<bool> done[kCallbacks] = {};
+
+private:
+    void reenter(Callback callback)
+    {
+        if (!m_started[callback].exchange(true)) {
+            callEveryOperation(wrapper);
+            done[callback] = true;
+        }
+    }
+    std::atomic<bool> m_started[kCallbacks] = {};
+};
+
+// Runs what triggers a callback; a deadlock fails the test and ends the process, which could not
+// be torn down with a thread stuck inside the library.
+void within(const char* what, const std::function<void()>& trigger, const std::atomic<bool>& done)
+{
+    std::packaged_task<void()> task(trigger);
+    std::future<void> finished = task.get_future();
+    std::thread(std::move(task)).detach();
+    const auto deadline = std::chrono::steady_clock::now() + kWait;
+    while (!(finished.wait_for(milliseconds(10)) == std::future_status::ready && done)) {
+        if (std::chrono::steady_clock::now() > deadline) {
+            printf("stuck inside the host's %s callback\n", what);
+            fflush(stdout);
+            _exit(1);
+        }
+    }
+}
+
+} // namespace
+
+TEST(HostReentrancy, EveryWrapperOperationFromInsideEveryCallback)
+{
+    ReentrantHost host;
+    hbbtv_sim::SimulatedBrowser browser;
+    ZR_HBBTV_Core::ZR_HbbtvImplInterface* wrapper = CreateHbbtvWrapper();
+    host.wrapper = wrapper;
+    host.restartBrowser = [&] { browser.publish(); };
+    host.setWrapper(wrapper);
+    wrapper->init(&host);
+    ASSERT_TRUE(browser.publish());
+    ASSERT_TRUE(wrapper->launchBrowser());
+    ASSERT_TRUE(browser.registerClients());
+    const std::vector<MultimediaComponentData> components(1);
+
+    within("request hand-over", [&] { browser.tvService()->stopVideo(); }, host.done[ReentrantHost::Request]);
+    within("loading", [&] { browser.notifyLoadStarted(3, "http://app.example/"); },
+        host.done[ReentrantHost::Loading]);
+    within("any-app-running", [&] { browser.notifyNewWindow(5); }, host.done[ReentrantHost::AnyAppRunning]);
+    within("audio components", [&] { browser.notifyAudioComponentsChanged(components, 1); },
+        host.done[ReentrantHost::Audio]);
+    within("subtitle components", [&] { browser.notifySubtitleComponentsChanged(components, 1); },
+        host.done[ReentrantHost::Subtitles]);
+    within("browser death", [&] { browser.die(); }, host.done[ReentrantHost::Died]);
+
+    host.setWrapper(nullptr);
+    DestroyHbbtvWrapper(wrapper);
+}
+
+TEST(HostReentrancy, CompletionsAndTeletextAreNotHeldUpByALaunchThatIsStillLookingUp)
+{
+    Television tv(Television::Unbound);
+    tv.wrapper->init(&tv.host);
+    // No browser is published: the launch looks up once a second for ten seconds.
+    std::thread launch([&] { tv.wrapper->launchBrowser(); });
+    std::this_thread::sleep_for(milliseconds(100));
+    const auto start = std::chrono::steady_clock::now();
+    tv.wrapper->toggleDigitalTeletext();
+    HbbtvCommandPayload stray(TunerCommand_GetAVInfo);
+    tv.wrapper->notifyHbbtvServiceRequestFinished(&stray);
+    tv.wrapper->isBrowserReady();
+    EXPECT_LT(std::chrono::steady_clock::now() - start, milliseconds(200));
+    // Published meanwhile: the launch binds it at its next look-up.
+    ASSERT_TRUE(tv.browser.publish());
+    launch.join();
+    EXPECT_EQ(1u, tv.browser.service()->record().clientRegistrations);
+}
+
+TEST(HostReentrancy, AfterDeinitRequestsEndAtOnceAndLateCompletionsAreStillTaken)
+{
+    Television tv;
+    tv.host.setDecisionFor(DVBMediaPlayer_OpenVideo, hbbtv_sim::HostDecision{hbbtv_sim::HostDecision::Never, 0});
+    ZR_HBBTV_Core::HbbtvBackendTVService* const service
+        = ZR_HBBTV_Core::HbbtvBackendTVService::instantiate(nullptr, nullptr);
+    // Given up before deinit: the records stay with the agent for the host.
+    std::unique_ptr<HbbtvServiceRequestAnswer> answer = HbbtvServiceRequestAnswer::create();
+    std::unique_ptr<HbbtvCommandPayload> payload(new HbbtvCommandPayload(DVBMediaPlayer_OpenVideo));
+    payload->timeoutMs = 0;
+    HbbtvCommandPayload* const handedOver = payload.get();
+    ASSERT_FALSE(service->sendServiceRequest(payload, answer));
+    ASSERT_EQ(1u, tv.host.record().requests.size());
+    EXPECT_EQ(1u, ZR_HBBTV_Core::getServiceAgent()->givenUpRequests());
+
+    tv.wrapper->deinit();
+    // The host reports the given-up request after deinit: its records are freed.
+    tv.wrapper->notifyHbbtvServiceRequestFinished(handedOver);
+    for (int i = 0; i < 100 && ZR_HBBTV_Core::getServiceAgent()->givenUpRequests() != 0; ++i) {
+        std::this_thread::sleep_for(milliseconds(10));
+    }
+    EXPECT_EQ(0u, ZR_HBBTV_Core::getServiceAgent()->givenUpRequests());
+
+    // The browser's requests after deinit come back at once: a mount does not retry for 40 s.
+    tv.wrapper->SetHbbTVRunningStatus(true);
+    std::string mountPoint;
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_FALSE(tv.browser.tvService()->requestOCResourceMount("dvb://233a.1004.1044.ffff/index.html", mountPoint));
+    tv.browser.tvService()->stopVideo();
+    EXPECT_LT(std::chrono::steady_clock::now() - start, milliseconds(500));
+    EXPECT_EQ(1u, tv.host.record().requests.size());
+}

@@ -1,0 +1,183 @@
+// What the request path guarantees to a host that is busy or faulty: unique tickets, deadlines kept
+// under steady traffic, and records of a given-up request kept until the host is done with them.
+#include <atomic>
+#include <chrono>
+#include <set>
+#include <thread>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "HbbtvBackendGlue.ServiceAgent.h"
+#include "HbbtvBackendTVService.h"
+#include "SimulatedHost.h"
+#include "support/AgentHarness.h"
+#include "support/AssertDeath.h"
+
+using namespace ZR_HBBTV_Core;
+using hbbtv_sim::HostDecision;
+
+namespace {
+
+// Commands of the agent tests: 20 never answered, 21 answered after 1.2 s, 22 after 0.4 s; all
+// others at once.
+HostDecision byCommand(const HbbtvCommandPayload& payload)
+{
+    HostDecision decision;
+    if (payload.command == 20) {
+        decision.kind = HostDecision::Never;
+    } else if (payload.command == 21) {
+        decision.delayMs = 1200;
+    } else if (payload.command == 22) {
+        decision.delayMs = 400;
+    }
+    return decision;
+}
+
+} // namespace
+
+TEST(RequestPath, TicketsDrawnAtOnceAreUniqueAndNeverZero)
+{
+    hbbtv_sim::SimulatedHost host;
+    const android::sp<HbbtvBackendTVService> service = new HbbtvBackendTVService(&host, nullptr);
+    const int kThreads = 8;
+    const int kDraws = 20000;
+    std::vector<std::vector<unsigned int>> drawn(kThreads);
+    std::vector<std::thread> threads;
+    for (int t = 0; t < kThreads; ++t) {
+        threads.emplace_back([&, t] {
+            for (int i = 0; i < kDraws; ++i) {
+                drawn[t].push_back(service->ticket());
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    std::set<unsigned int> unique;
+    for (const std::vector<unsigned int>& tickets : drawn) {
+        unique.insert(tickets.begin(), tickets.end());
+    }
+    EXPECT_EQ(static_cast<size_t>(kThreads * kDraws), unique.size());
+    EXPECT_EQ(0u, unique.count(0));
+    EXPECT_EQ(1u, *unique.begin());
+    EXPECT_EQ(static_cast<unsigned int>(kThreads * kDraws), *unique.rbegin());
+}
+
+TEST(RequestPath, UnansweredRequestIsGivenUpByItsDeadlineUnderSteadyTraffic)
+{
+    hbbtv_test::HostIssuer host(byCommand);
+    getServiceAgent()->start(&host);
+
+    // Answered requests every few milliseconds keep the agent busy: none of its waits runs out.
+    std::atomic<bool> stop{false};
+    std::atomic<int> answered{0};
+    std::thread traffic([&] {
+        while (!stop) {
+            answered += hbbtv_test::sendRequest(TunerCommand_TuneTo).valid;
+            std::this_thread::sleep_for(std::chrono::milliseconds(3));
+        }
+    });
+    const hbbtv_test::RequestOutcome outcome = hbbtv_test::sendRequest(20, 50);
+    stop = true;
+    traffic.join();
+
+    EXPECT_FALSE(outcome.valid);
+    // Budget 50 ms plus the agent's 1000 ms; the bound above leaves room for slow builds.
+    EXPECT_GE(outcome.seconds, 1.05);
+    EXPECT_LT(outcome.seconds, 1.05 + 0.25);
+    EXPECT_GT(answered.load(), 100);
+}
+
+TEST(RequestPath, LateAnswerLandsInTheGivenUpRecordsAndFreesThem)
+{
+    hbbtv_test::HostIssuer host(byCommand);
+    getServiceAgent()->start(&host);
+    hbbtv_test::sendRequest(TunerCommand_TuneTo); // the region's first blocks exist from here
+    const size_t usedBefore = hbbtv_test::usedSharedNodes();
+
+    // Given up after 1.001 s, answered by the host at 1.2 s into its own records.
+    const hbbtv_test::RequestOutcome late = hbbtv_test::sendRequest(21, 1);
+    EXPECT_FALSE(late.valid);
+    EXPECT_LT(late.seconds, 1.2);
+    EXPECT_EQ(1u, getServiceAgent()->givenUpRequests());
+    // Sent while the late answer is on its way; the late one must neither write into these
+    // records nor wake this requester.
+    const hbbtv_test::RequestOutcome next = hbbtv_test::sendRequest(22);
+    EXPECT_TRUE(next.valid);
+    EXPECT_EQ(static_cast<int>(next.ticket), next.intValue1);
+    EXPECT_EQ("ticket " + std::to_string(next.ticket), next.text);
+    EXPECT_GE(next.seconds, 0.39);
+
+    // The late completion has come: the given-up records are back in the region.
+    for (int i = 0; i < 100 && getServiceAgent()->givenUpRequests() != 0; ++i) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    EXPECT_EQ(0u, getServiceAgent()->givenUpRequests());
+    EXPECT_EQ(usedBefore, hbbtv_test::usedSharedNodes());
+}
+
+TEST(RequestPath, GivenUpRecordsPastTheCapAreFreedOldestFirstWithALogLine)
+{
+    // Takes every request and never answers; it lowers each budget to nothing as it takes it, so
+    // that each is given up in the agent's next cycle.
+    struct SilentHost : ServiceRequestIssuer {
+        bool operator()(const HbbtvCommandPayload* payload, HbbtvServiceRequestAnswer*) override
+        {
+            const_cast<HbbtvCommandPayload*>(payload)->timeoutMs = 0;
+            return true;
+        }
+    } host;
+    getServiceAgent()->start(&host);
+    const size_t usedBefore = hbbtv_test::usedSharedNodes();
+
+    const size_t cap = BackendServiceAgent::kMaxGivenUpRequests;
+    std::vector<std::thread> requesters;
+    std::atomic<unsigned int> nextToSend{0};
+    const std::string out = hbbtv_test::stdoutOf([&] {
+        for (int t = 0; t < 16; ++t) {
+            requesters.emplace_back([&] {
+                while (nextToSend++ < cap + 2) {
+                    hbbtv_test::sendRequest(20);
+                }
+            });
+        }
+        for (std::thread& requester : requesters) {
+            requester.join();
+        }
+    });
+    EXPECT_EQ(cap, getServiceAgent()->givenUpRequests());
+    size_t lines = 0;
+    for (size_t at = out.find("Request never finished - "); at != std::string::npos;
+         at = out.find("Request never finished - ", at + 1)) {
+        ++lines;
+    }
+    EXPECT_EQ(2u, lines);
+    // Each kept request holds its payload and answer: two blocks each, nothing else.
+    EXPECT_EQ(usedBefore + 2 * cap, hbbtv_test::usedSharedNodes());
+}
+
+TEST(RequestPath, RequestFromInsideTheHandOverIsRefusedAtOnce)
+{
+    // A host that asks for another request while the agent is handing one over: waiting for the
+    // agent there would wait for ever.
+    struct ReentrantIssuer : ServiceRequestIssuer {
+        bool operator()(const HbbtvCommandPayload* payload, HbbtvServiceRequestAnswer*) override
+        {
+            std::unique_ptr<HbbtvServiceRequestAnswer> answer = HbbtvServiceRequestAnswer::create();
+            std::unique_ptr<HbbtvCommandPayload> inner(new HbbtvCommandPayload(TunerCommand_GetAVInfo));
+            inner->ticket = 99;
+            nested = getServiceAgent()->request(inner.get(), answer.get());
+            getServiceAgent()->response(payload->ticket);
+            return true;
+        }
+        BackendRequestResult nested = RequestAnswered;
+    } issuer;
+    getServiceAgent()->start(&issuer);
+    double seconds = 0;
+    const std::string out = hbbtv_test::stdoutOf([&] { seconds = hbbtv_test::sendRequest(TunerCommand_TuneTo).seconds; });
+    EXPECT_LT(seconds, 0.5);
+    EXPECT_EQ(RequestRefused, issuer.nested);
+    EXPECT_NE(std::string::npos,
+        out.find("[BackendGlue_GetThreadService] Request refused - TunerCommand_GetAVInfo, ticket:99"));
+}
