@@ -1,8 +1,8 @@
 // What the request path guarantees to a host that is busy or faulty: unique tickets, deadlines kept
 // under steady traffic, and records of a given-up request kept until the host is done with them.
+#include <algorithm>
 #include <atomic>
 #include <chrono>
-#include <set>
 #include <thread>
 #include <vector>
 
@@ -39,29 +39,45 @@ HostDecision byCommand(const HbbtvCommandPayload& payload)
 TEST(RequestPath, TicketsDrawnAtOnceAreUniqueAndNeverZero)
 {
     hbbtv_sim::SimulatedHost host;
-    const android::sp<HbbtvBackendTVService> service = new HbbtvBackendTVService(&host, nullptr);
-    const int kThreads = 8;
-    const int kDraws = 20000;
-    std::vector<std::vector<unsigned int>> drawn(kThreads);
-    std::vector<std::thread> threads;
-    for (int t = 0; t < kThreads; ++t) {
-        threads.emplace_back([&, t] {
-            for (int i = 0; i < kDraws; ++i) {
-                drawn[t].push_back(service->ticket());
+    // Two threads draw at once, round after round, until a round where they really ran side by
+    // side: their tickets interleave finely, not in a few time slices (on a busy machine the two
+    // may take turns on one core).
+    const size_t kDraws = 100000;
+    bool overlapped = false;
+    const auto giveUpAt = std::chrono::steady_clock::now() + std::chrono::milliseconds(1500);
+    while (!overlapped && std::chrono::steady_clock::now() < giveUpAt) {
+        const android::sp<HbbtvBackendTVService> service = new HbbtvBackendTVService(&host, nullptr);
+        std::vector<unsigned int> first(kDraws), second(kDraws);
+        std::atomic<int> ready{0};
+        auto draw = [&](std::vector<unsigned int>& into) {
+            ++ready;
+            while (ready < 2) {
             }
-        });
+            for (unsigned int& ticket : into) {
+                ticket = service->ticket();
+            }
+        };
+        std::thread other(draw, std::ref(second));
+        draw(first);
+        other.join();
+        size_t turns = 0;
+        for (size_t i = 0, j = 0; i < kDraws && j < kDraws;) {
+            const bool fromFirst = first[i] < second[j];
+            fromFirst ? ++i : ++j;
+            turns += (i < kDraws && j < kDraws) && fromFirst != (first[i] < second[j]);
+        }
+        overlapped = turns > 100;
+
+        std::vector<unsigned int> all(first);
+        all.insert(all.end(), second.begin(), second.end());
+        std::sort(all.begin(), all.end());
+        ASSERT_EQ(all.end(), std::adjacent_find(all.begin(), all.end())) << "a ticket drawn twice";
+        EXPECT_EQ(1u, all.front());
+        EXPECT_EQ(2 * kDraws, all.back());
     }
-    for (std::thread& thread : threads) {
-        thread.join();
+    if (!overlapped) {
+        GTEST_SKIP() << "the two threads never ran side by side";
     }
-    std::set<unsigned int> unique;
-    for (const std::vector<unsigned int>& tickets : drawn) {
-        unique.insert(tickets.begin(), tickets.end());
-    }
-    EXPECT_EQ(static_cast<size_t>(kThreads * kDraws), unique.size());
-    EXPECT_EQ(0u, unique.count(0));
-    EXPECT_EQ(1u, *unique.begin());
-    EXPECT_EQ(static_cast<unsigned int>(kThreads * kDraws), *unique.rbegin());
 }
 
 TEST(RequestPath, UnansweredRequestIsGivenUpByItsDeadlineUnderSteadyTraffic)
@@ -73,7 +89,9 @@ TEST(RequestPath, UnansweredRequestIsGivenUpByItsDeadlineUnderSteadyTraffic)
     std::atomic<bool> stop{false};
     std::atomic<int> answered{0};
     std::thread traffic([&] {
-        while (!stop) {
+        // Bounded, so that an agent that waits for a quiet moment fails the test instead of hanging.
+        const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(3);
+        while (!stop && std::chrono::steady_clock::now() < end) {
             answered += hbbtv_test::sendRequest(TunerCommand_TuneTo).valid;
             std::this_thread::sleep_for(std::chrono::milliseconds(3));
         }
