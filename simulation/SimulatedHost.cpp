@@ -393,10 +393,18 @@ void SimulatedHost::HBBTV_ServiceRequestHandler(void* payload, void* answer)
     const HbbtvCommandPayload* request = static_cast<const HbbtvCommandPayload*>(payload);
     {
         std::lock_guard<std::mutex> lock(m_mutex);
-        m_record.requests.push_back(readRequest(*request));
-        m_changed.notify_all();
+        if (m_recordRequests) {
+            m_record.requests.push_back(readRequest(*request));
+            m_changed.notify_all();
+        }
     }
     m_answers->post(request, static_cast<HbbtvServiceRequestAnswer*>(answer), payloadRecordSize(request->command));
+}
+
+void SimulatedHost::setRecordRequests(bool on)
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_recordRequests = on;
 }
 
 void SimulatedHost::HBBTV_HeartBeatNotification()

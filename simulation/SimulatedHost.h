@@ -199,6 +199,9 @@ public:
     void HBBTV_NotifyMultimediaSubtitleComponentDataChanged(
         const std::vector<HbbtvMultimediaComponentData>& components, int value) override;
 
+    // Whether requests go into the record (on by default); a long run turns it off.
+    void setRecordRequests(bool on);
+
     // A copy of the record so far.
     HostRecord record() const;
     void clearRecord();
@@ -226,6 +229,7 @@ private:
     AnswerWriter m_writer;
     std::map<int, AnswerWriter> m_writerFor;
     bool m_garbage = false;
+    bool m_recordRequests = true;
     std::mt19937 m_random;
 
     // Held across a completion, never together with m_mutex: the library takes its own lock
