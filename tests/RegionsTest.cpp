@@ -1,7 +1,10 @@
 #include <sys/stat.h>
 
+#include <atomic>
 #include <cstring>
 #include <string>
+#include <thread>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -85,4 +88,26 @@ TEST(BackendRegionDeathTest, RegionThatCannotBeOpenedAborts)
         },
         "./backendglue/HbbtvBackendGlue.MemoryPool.cpp", "unsigned char* ZR_HBBTV_Core::backendMallocInit(unsigned int*)",
         254);
+}
+
+TEST(ChannelListPools, FirstCallersAtOnceShareOneMapping)
+{
+    std::atomic<int> ready{0};
+    HbbtvChannelListPool* seen[4] = {};
+    std::vector<std::thread> callers;
+    for (int i = 0; i < 4; ++i) {
+        callers.emplace_back([&, i] {
+            ++ready;
+            while (ready < 4) {
+            }
+            seen[i] = hbbtvBackendChannelListPool();
+        });
+    }
+    for (std::thread& caller : callers) {
+        caller.join();
+    }
+    ASSERT_NE(nullptr, seen[0]);
+    for (HbbtvChannelListPool* pool : seen) {
+        EXPECT_EQ(seen[0], pool);
+    }
 }

@@ -367,3 +367,29 @@ TEST_F(TVServiceChannels, OwnedChannelCopyLivesUntilDestroyed)
     EXPECT_DEATH(service().GetChannelTunerDataInstance(),
         "HbbtvBackendTVService:355: .*GetChannelTunerDataInstance\\(\\): Assertion `m_ChannelTunerDataObj' failed");
 }
+
+TEST_F(TVServiceChannels, IdentifierTypesOutsideTheTableAreAnalogueWhereverTheHostWritesThem)
+{
+    // Words no enumeration holds: read as numbers, never as enumeration values.
+    answer(TunerCommand_GetCurrentChannelInfo, [](const HbbtvCommandPayload&, HbbtvServiceRequestAnswer& answer) {
+        HostChannelInfo& info = static_cast<HbbtvServiceRequestChannelInfoAnswer&>(answer).channelInfo;
+        info = HostChannelInfo { 1, 2, 3, 4, 0, 0, 0, 0xFFFFFFFFu, 0, 0, {}, "x" };
+        answer.valid = 1;
+    });
+    answerLineup(2, { { HbbtvChannelListEntry { 5, 6, 7, 0, 0xFFFF, 0, 0, 0, 0, 0 }, "y" },
+                        { HbbtvChannelListEntry { 5, 6, 7, 0, 14, 0, 0, 0, 0, 0 }, "z" } });
+
+    NCOR::ChannelTunerData current;
+    ASSERT_TRUE(service().getCurrentChannel(current));
+    EXPECT_EQ("ccid:analog:tv:2.-1.1:4:x authorised index 0 list 0", summary(current));
+    std::vector<NCOR::ChannelTunerData*> channels;
+    ASSERT_TRUE(service().getChannelList(channels));
+    ASSERT_EQ(2u, channels.size());
+    EXPECT_EQ(NCOR::Broadcast::ID_ANALOG, channels[0]->getIdType());
+    EXPECT_EQ(NCOR::Broadcast::ID_ANALOG, channels[1]->getIdType());
+    for (NCOR::ChannelTunerData* c : channels) {
+        delete c;
+    }
+    EXPECT_EQ(NCOR::Broadcast::ID_ANALOG, TranslateChannelData::hostIDType(0xFFFFFFFFu));
+    EXPECT_EQ(NCOR::Broadcast::ID_IPTV_URI, TranslateChannelData::hostIDType(13));
+}
