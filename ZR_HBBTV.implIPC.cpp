@@ -1,7 +1,5 @@
 #include "ZR_HBBTV.implIPC.h"
 
-#include <unistd.h>
-
 #include <new>
 
 #include "ZR_HBBTV.implIPC_p.h"
@@ -12,7 +10,7 @@ namespace {
 
 const char kSourceName[] = "ZR_HBBTV.implIPC";
 const int kKeyPolls = 100;
-const useconds_t kKeyPollMicroseconds = 3000;
+const double kKeyPollMicroseconds = 3000;
 
 } // namespace
 
@@ -102,11 +100,10 @@ bool ZR_HbbtvImpl::keyClick(unsigned int key)
     if (!ready() || !m_private->keyClick(key)) {
         return false;
     }
-    for (int poll = 0; poll < kKeyPolls; ++poll) {
-        if (m_private->IsKeyHandled()) {
-            return m_private->KeyConsumedStatus();
-        }
-        usleep(kKeyPollMicroseconds);
+    // Woken by the browser's verdict, within the 100 polls of 3 ms that hosts have always been
+    // given.
+    if (m_private->waitKeyHandled(kKeyPolls * kKeyPollMicroseconds / 1e6)) {
+        return m_private->KeyConsumedStatus();
     }
     // An answer that did not come in time counts as consumed, so the host does not act on a key
     // the application may have taken.

@@ -63,6 +63,8 @@ void ZR_HbbtvImplPrivate::notifyKeyEventConsumed(int eventId, bool consumed)
     }
     m_keys.erase(id);
     m_keys.erase(id - 1);
+    Locker<Mutex> waiting(m_keyWaitMutex);
+    m_keyVerdict.broadcast();
 }
 
 bool ZR_HbbtvImplPrivate::IsKeyHandled()
@@ -73,6 +75,20 @@ bool ZR_HbbtvImplPrivate::IsKeyHandled()
 bool ZR_HbbtvImplPrivate::KeyConsumedStatus()
 {
     return m_keyState.load(std::memory_order_relaxed) != kKeyNotConsumed;
+}
+
+bool ZR_HbbtvImplPrivate::waitKeyHandled(double seconds)
+{
+    const double deadline = currentTime() + seconds;
+    Locker<Mutex> lock(m_keyWaitMutex);
+    // The verdict is stored before the broadcast, which takes this lock: a verdict that arrives
+    // between the check and the wait still wakes it.
+    while (!IsKeyHandled()) {
+        if (!m_keyVerdict.timedWait(m_keyWaitMutex, deadline)) {
+            return IsKeyHandled();
+        }
+    }
+    return true;
 }
 
 } // namespace ZR_HBBTV_Core

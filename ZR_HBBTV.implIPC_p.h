@@ -132,6 +132,9 @@ public:
     bool keyClick(unsigned int key);
     bool IsKeyHandled();
     bool KeyConsumedStatus();
+    // Waits until the key state is no longer pending, woken by the browser's verdict; false when
+    // the given seconds passed first.
+    bool waitKeyHandled(double seconds);
 
     // Broadcast events.
     void notifyChannelChanged(unsigned short, unsigned short, unsigned short);
@@ -180,6 +183,10 @@ private:
     std::map<int, int> m_userApps;
     std::map<unsigned int, keyInfo> m_keys;
     std::atomic<uint32_t> m_keyState; // polled without the lock by the wrapper
+    // The wrapper's wait for a verdict: its own lock, never m_mutex, which launchBrowser may hold
+    // for seconds. Taken after m_mutex when a verdict arrives.
+    Mutex m_keyWaitMutex;
+    ThreadCondition m_keyVerdict;
     android::sp<IAITSignallingClient> m_aitSignallingClient;
     android::sp<IChannelManagerClient> m_channelManagerClient;
     android::sp<IDSMCCClient> m_dsmccClient;

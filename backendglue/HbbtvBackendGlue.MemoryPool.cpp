@@ -12,6 +12,17 @@
 #include <tuple>
 #include <utility>
 
+#if defined(__SANITIZE_ADDRESS__)
+#define HBBTV_POISON_FREE_NODES 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define HBBTV_POISON_FREE_NODES 1
+#endif
+#endif
+#ifdef HBBTV_POISON_FREE_NODES
+#include <sanitizer/asan_interface.h>
+#endif
+
 namespace ZR_HBBTV_Core {
 
 namespace {
@@ -86,6 +97,45 @@ const char* channelListRegionName()
 // ---------------------------------------------------------------------------------------------
 // Nodes and arenas.
 
+namespace {
+
+const uint16_t kSizeBits = 0x1FFF;
+const unsigned int kShardShift = 13;
+const uint16_t kInUseBit = 0x8000;
+
+uint16_t nodeState(size_t nodeSize, unsigned int shard, bool inUse)
+{
+    return static_cast<uint16_t>(nodeSize / 8 | shard << kShardShift | (inUse ? kInUseBit : 0));
+}
+
+unsigned int shardOf(uint16_t state)
+{
+    return (state >> kShardShift) & (shm_allocator::kShards - 1);
+}
+
+// The caller's bytes and the end mark of a node; the header stays readable.
+void poisonNode(shm_allocator::node_tag* node)
+{
+#ifdef HBBTV_POISON_FREE_NODES
+    ASAN_POISON_MEMORY_REGION(reinterpret_cast<unsigned char*>(node) + shm_allocator::node_tag::headerSize(),
+                              node->dataSize);
+#else
+    (void)node;
+#endif
+}
+
+void unpoisonNode(shm_allocator::node_tag* node)
+{
+#ifdef HBBTV_POISON_FREE_NODES
+    ASAN_UNPOISON_MEMORY_REGION(reinterpret_cast<unsigned char*>(node) + shm_allocator::node_tag::headerSize(),
+                                node->dataSize);
+#else
+    (void)node;
+#endif
+}
+
+} // namespace
+
 uint16_t* shm_allocator::node_tag::getEndMark()
 {
     return reinterpret_cast<uint16_t*>(reinterpret_cast<unsigned char*>(this) + headerSize() + dataSize - 2);
@@ -98,75 +148,112 @@ void shm_allocator::node_tag::init(unsigned short nodeSize)
     *getEndMark() = kMark;
 }
 
-bool shm_allocator::node_tag::isPolluted()
+// The allocator reads the end mark of free nodes too, whose bytes are poisoned for everyone else.
+__attribute__((no_sanitize_address)) bool shm_allocator::node_tag::isPolluted()
 {
     return headMark != kMark || *getEndMark() != headMark;
 }
 
-shm_allocator::arena::arena(shm_allocator& owner) : m_owner(owner)
+shm_allocator::arena::arena(shm_allocator& owner, size_t nodeSize) : m_made(0), m_owner(owner), m_nodeSize(nodeSize)
 {
+}
+
+// Takes the oldest free node of the shard, in use from now on and kept by the taker's shard;
+// null if the shard has none.
+shm_allocator::node_tag* shm_allocator::arena::takeFree(unsigned int shard, unsigned int taker)
+{
+    Locker<Mutex> lock(m_owner.m_shards[shard].mutex);
+    std::deque<node_tag*>& nodes = m_free[shard].nodes;
+    if (nodes.empty()) {
+        return nullptr;
+    }
+    node_tag* const node = nodes.front();
+    nodes.pop_front();
+    m_owner.stateOf(node).store(nodeState(m_nodeSize, taker, true), std::memory_order_release);
+    return node;
 }
 
 shm_allocator::node_tag* shm_allocator::arena::allocate(size_t nodeSize)
 {
-    if (nodeSize % 8 != 0) {
+    if (nodeSize % 8 != 0 || nodeSize != m_nodeSize) {
         HbbtvBackendGlue_AssertFail(kSourceFile, __PRETTY_FUNCTION__, 64);
     }
-    node_tag* node;
-    if (!m_freeList.empty()) {
-        node = m_freeList.front();
-        m_freeList.pop_front();
-        if (node->isPolluted()) {
-            HbbtvBackendGlue_AssertFail(kSourceFile, __PRETTY_FUNCTION__, 71);
-        }
-    } else {
-        node = static_cast<node_tag*>(m_owner._allocate(nodeSize));
-        node->init(static_cast<unsigned short>(nodeSize));
-        if (node->isPolluted()) {
-            HbbtvBackendGlue_AssertFail(kSourceFile, __PRETTY_FUNCTION__, 81);
+    // A free node anywhere is reused before the region grows: the caller's shard first, then the
+    // others. The node's header and end mark are reused as they stand; the caller's bytes are not
+    // cleared.
+    const unsigned int home = currentShard();
+    for (unsigned int i = 0; i < kShards; ++i) {
+        node_tag* const node = takeFree((home + i) % kShards, home);
+        if (node != nullptr) {
+            if (node->isPolluted()) {
+                HbbtvBackendGlue_AssertFail(kSourceFile, __PRETTY_FUNCTION__, 71);
+            }
+            unpoisonNode(node);
+            node->useMark = node_tag::kInUse;
+            return node;
         }
     }
-    m_usedList.push_back(node);
+    node_tag* const node = static_cast<node_tag*>(m_owner._allocate(nodeSize));
+    node->init(static_cast<unsigned short>(nodeSize));
+    if (node->isPolluted()) {
+        HbbtvBackendGlue_AssertFail(kSourceFile, __PRETTY_FUNCTION__, 81);
+    }
+    node->useMark = node_tag::kInUse;
+    m_made.fetch_add(1, std::memory_order_relaxed);
+    Locker<Mutex> lock(m_owner.m_shards[home].mutex);
+    m_owner.stateOf(node).store(nodeState(nodeSize, home, true), std::memory_order_release);
     return node;
 }
 
 void shm_allocator::arena::free(node_tag* node)
 {
-    // A node is in the used list at most once; the latest allocations sit at the back, which is
-    // where frees usually find them.
-    if (!m_usedList.empty() && m_usedList.back() == node) {
-        m_usedList.pop_back();
-    } else {
-        const std::deque<node_tag*>::reverse_iterator used = std::find(m_usedList.rbegin(), m_usedList.rend(), node);
-        if (used == m_usedList.rend()) {
+    std::atomic<uint16_t>& state = m_owner.stateOf(node);
+    for (;;) {
+        const uint16_t seen = state.load(std::memory_order_acquire);
+        const unsigned int shard = shardOf(seen);
+        Locker<Mutex> lock(m_owner.m_shards[shard].mutex);
+        if (state.load(std::memory_order_acquire) != seen) {
+            continue; // handed to another shard meanwhile
+        }
+        // Not in use by the header's word: freed already, or never handed out.
+        if (node->useMark != node_tag::kInUse) {
             HbbtvBackendGlue_AssertFail(kSourceFile, __PRETTY_FUNCTION__, 93);
         }
-        m_usedList.erase(std::next(used).base());
+        // The header says in use but this process's own word says otherwise (the node is on a free
+        // list already, or was never made here, or is of another size): a rewritten header must not
+        // make one node free twice.
+        if ((seen & kInUseBit) == 0 || (seen & kSizeBits) != m_nodeSize / 8) {
+            HbbtvBackendGlue_AssertFail(kSourceFile, __PRETTY_FUNCTION__, 100);
+        }
+        node->useMark = node_tag::kFree;
+        state.store(nodeState(m_nodeSize, shard, false), std::memory_order_release);
+        poisonNode(node);
+        m_free[shard].nodes.push_back(node);
+        return;
     }
-    if (std::find(m_freeList.begin(), m_freeList.end(), node) != m_freeList.end()) {
-        HbbtvBackendGlue_AssertFail(kSourceFile, __PRETTY_FUNCTION__, 100);
-    }
-    m_freeList.push_back(node);
 }
 
 void shm_allocator::arena::dumpInfo()
 {
-    // The marks are read as a consistency pass; the results are deliberately not reported.
-    printf("free list:%u\n", static_cast<unsigned>(m_freeList.size()));
-    for (node_tag* node : m_freeList) {
-        (void)node->isPolluted();
+    // The marks of free nodes are read as a consistency pass; the results are deliberately not
+    // reported.
+    size_t freeNodes = 0;
+    for (unsigned int shard = 0; shard < kShards; ++shard) {
+        Locker<Mutex> lock(m_owner.m_shards[shard].mutex);
+        freeNodes += m_free[shard].nodes.size();
+        for (node_tag* node : m_free[shard].nodes) {
+            (void)node->isPolluted();
+        }
     }
-    printf("used list:%u\n", static_cast<unsigned>(m_usedList.size()));
-    for (node_tag* node : m_usedList) {
-        (void)node->isPolluted();
-    }
+    printf("free list:%u\n", static_cast<unsigned>(freeNodes));
+    printf("used list:%u\n", static_cast<unsigned>(m_made.load(std::memory_order_relaxed) - freeNodes));
 }
 
 // ---------------------------------------------------------------------------------------------
 // The allocator.
 
 shm_allocator::shm_allocator()
-    : m_arenaBySize(), m_initialized(false), m_capacity(0), m_base(nullptr), m_cursor(nullptr)
+    : m_arenaBySize(), m_initialized(false), m_capacity(0), m_base(nullptr), m_start(nullptr), m_used(0)
 {
     init();
 }
@@ -179,19 +266,40 @@ shm_allocator::~shm_allocator()
 void shm_allocator::init()
 {
     Locker<Mutex> lock(m_mutex);
-    if (m_initialized) {
+    if (m_initialized.load(std::memory_order_relaxed)) {
         return;
     }
     m_base = backendMallocInit(&m_capacity);
     const uintptr_t base = reinterpret_cast<uintptr_t>(m_base);
-    m_cursor = m_base + (((base + 7) & ~static_cast<uintptr_t>(7)) - base);
-    m_initialized = true;
+    m_start = m_base + (((base + 7) & ~static_cast<uintptr_t>(7)) - base);
+    m_capacity -= static_cast<uint32_t>(m_start - m_base);
+    m_nodeState.reset(new std::atomic<uint16_t>[m_capacity / 8]());
+    m_initialized.store(true, std::memory_order_release);
+}
+
+std::atomic<uint16_t>& shm_allocator::stateOf(const node_tag* node)
+{
+    return m_nodeState[static_cast<size_t>(reinterpret_cast<const unsigned char*>(node) - m_start) / 8];
+}
+
+unsigned int shm_allocator::currentShard()
+{
+    // Threads take shards in turn, so that two threads started one after the other never share
+    // one; a thread keeps its shard for life, so its own frees come back to it in order.
+    static std::atomic<unsigned int> nextShard(0);
+    thread_local const unsigned int shard = nextShard.fetch_add(1, std::memory_order_relaxed) % kShards;
+    return shard;
 }
 
 size_t shm_allocator::nodeSizeFor(size_t n)
 {
     const size_t m = n == 0 ? 1 : n;
     return (m + 8 + 9) & ~static_cast<size_t>(7);
+}
+
+size_t shm_allocator::highWater() const
+{
+    return m_used.load(std::memory_order_relaxed);
 }
 
 void* shm_allocator::allocate(size_t n)
@@ -201,39 +309,48 @@ void* shm_allocator::allocate(size_t n)
                static_cast<unsigned long>(n));
         return nullptr;
     }
-    Locker<Mutex> lock(m_mutex);
-    if (!m_initialized) {
+    if (!m_initialized.load(std::memory_order_acquire)) {
         return nullptr;
     }
     const size_t nodeSize = nodeSizeFor(n);
-    arena* sized = m_arenaBySize[nodeSize / 8];
+    arena* sized = m_arenaBySize[nodeSize / 8].load(std::memory_order_acquire);
     if (sized == nullptr) {
-        const unsigned short key = static_cast<unsigned short>(nodeSize);
-        sized = &m_arenas.emplace(std::piecewise_construct, std::forward_as_tuple(key), std::forward_as_tuple(*this))
-                     .first->second;
-        m_arenaBySize[nodeSize / 8] = sized;
+        Locker<Mutex> lock(m_mutex);
+        sized = m_arenaBySize[nodeSize / 8].load(std::memory_order_relaxed);
+        if (sized == nullptr) {
+            const unsigned short key = static_cast<unsigned short>(nodeSize);
+            sized = &m_arenas
+                         .emplace(std::piecewise_construct, std::forward_as_tuple(key),
+                                  std::forward_as_tuple(*this, nodeSize))
+                         .first->second;
+            m_arenaBySize[nodeSize / 8].store(sized, std::memory_order_release);
+        }
     }
     return reinterpret_cast<unsigned char*>(sized->allocate(nodeSize)) + node_tag::headerSize();
 }
 
 void shm_allocator::free(void* p)
 {
-    Locker<Mutex> lock(m_mutex);
-    if (p == nullptr || !m_initialized) {
+    if (p == nullptr || !m_initialized.load(std::memory_order_acquire)) {
         return;
     }
     unsigned char* const bytes = static_cast<unsigned char*>(p);
     node_tag* const node = reinterpret_cast<node_tag*>(bytes - node_tag::headerSize());
     // A pointer that never came from allocate() is refused before its marks are read, so that
     // the check itself stays inside the allocated part of the region.
-    const bool inRegion = bytes >= m_base + node_tag::headerSize() && bytes < m_cursor &&
-                          (bytes - m_base) % 8 == 0 && node->dataSize >= 2 &&
-                          static_cast<size_t>(m_cursor - bytes) >= node->dataSize;
+    unsigned char* const cursor = m_start + m_used.load(std::memory_order_acquire);
+    const bool inRegion = bytes >= m_start + node_tag::headerSize() && bytes < cursor &&
+                          (bytes - m_start) % 8 == 0 && node->dataSize >= 2 &&
+                          static_cast<size_t>(cursor - bytes) >= node->dataSize;
     if (!inRegion || node->isPolluted()) {
         HbbtvBackendGlue_AssertFail(kSourceFile, __PRETTY_FUNCTION__, 173);
     }
+    // The size comes from the region, where anything may have been written: it is bounded before
+    // it indexes the table.
     const size_t nodeSize = node->dataSize + node_tag::headerSize();
-    arena* const sized = nodeSize % 8 == 0 ? m_arenaBySize[nodeSize / 8] : nullptr;
+    arena* const sized =
+        nodeSize % 8 == 0 && nodeSize <= kMaxNodeSize ? m_arenaBySize[nodeSize / 8].load(std::memory_order_acquire)
+                                                      : nullptr;
     if (sized == nullptr) {
         HbbtvBackendGlue_AssertFail(kSourceFile, __PRETTY_FUNCTION__, 177);
     }
@@ -242,22 +359,25 @@ void shm_allocator::free(void* p)
 
 void* shm_allocator::_allocate(size_t nodeSize)
 {
-    if (!m_initialized) {
+    if (!m_initialized.load(std::memory_order_acquire)) {
         HbbtvBackendGlue_AssertFail(kSourceFile, __PRETTY_FUNCTION__, 185);
     }
-    // Exhaustion is fatal by design: there is no null return on this path.
-    if (nodeSize > static_cast<size_t>(m_base + m_capacity - m_cursor)) {
-        HbbtvBackendGlue_AssertFail(kSourceFile, __PRETTY_FUNCTION__, 186);
-    }
-    unsigned char* const node = m_cursor;
-    m_cursor += nodeSize;
-    return node;
+    uint32_t used = m_used.load(std::memory_order_relaxed);
+    do {
+        // Exhaustion is fatal by design: there is no null return on this path.
+        if (nodeSize > m_capacity - used) {
+            HbbtvBackendGlue_AssertFail(kSourceFile, __PRETTY_FUNCTION__, 186);
+        }
+    } while (!m_used.compare_exchange_weak(used, static_cast<uint32_t>(used + nodeSize), std::memory_order_acq_rel,
+                                           std::memory_order_relaxed));
+    return m_start + used;
 }
 
 void shm_allocator::dumpInfo()
 {
     Locker<Mutex> lock(m_mutex);
-    printf("capacity:%u, left:%u\n", m_capacity, static_cast<unsigned>(m_base + m_capacity - m_cursor));
+    printf("capacity:%u, left:%u\n", m_capacity + static_cast<unsigned>(m_start - m_base),
+           static_cast<unsigned>(m_capacity - m_used.load(std::memory_order_relaxed)));
     for (std::pair<const unsigned short, arena>& entry : m_arenas) {
         printf("\tnode size:%u\n", static_cast<unsigned>(entry.first));
         entry.second.dumpInfo();

@@ -3,8 +3,18 @@
 // "/hbbtv" (409,600 bytes) holds every record the host reads, handed out by a segregated-fit
 // allocator: nodes of one exact size per arena, a bump cursor for fresh memory, freed nodes kept
 // for reuse in FIFO order, nothing split, merged or given back. Each node carries a head mark,
-// its size and an end mark in the region, so that an overrun or a stray pointer is caught when
-// the node comes back. The bookkeeping lives in this process's heap.
+// its size, an in-use mark and an end mark in the region, so that an overrun or a stray pointer
+// is caught when the node comes back. The bookkeeping lives in this process's heap: per node a
+// word with its size, whether it is in use and which shard keeps it, so that free checks a node
+// in constant time and no write into the region can make the allocator hand a node out twice.
+//
+// Binder threads allocate and free at the same moments, so the free lists are split into a few
+// shards, each with its own lock; threads take shards in turn, so that threads running in
+// parallel rarely meet on one lock. A thread takes free nodes from its own shard first, then
+// from the others, and only then fresh memory, so the region grows no further than with one list.
+//
+// In AddressSanitizer builds a free node's bytes are poisoned, so that any read or write of a
+// freed record is reported where it happens.
 //
 // "/hbbtvChannelList" (1,048,576 bytes) is mapped whole, once per pool kind, as one record.
 //
@@ -13,10 +23,12 @@
 #ifndef HBBTV_BACKENDGLUE_MEMORYPOOL_H
 #define HBBTV_BACKENDGLUE_MEMORYPOOL_H
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <deque>
 #include <map>
+#include <memory>
 
 #include "HbbtvBackendGlue.Util.h"
 #include "HbbtvChannelListPool.h"
@@ -31,10 +43,12 @@ public:
     // The header of a node in the region; the caller's bytes follow it, the end mark closes it.
     struct node_tag {
         static const uint16_t kMark = 0x5A5A;
+        static const uint32_t kInUse = 0x45535521; // while the caller holds the node
+        static const uint32_t kFree = 0;
 
         uint16_t headMark;
         uint16_t dataSize; // node size less the header: the caller's bytes and the end mark
-        uint8_t reserved[4];
+        uint32_t useMark;  // kInUse or kFree
 
         static size_t headerSize() { return 8; }
         uint16_t* getEndMark();
@@ -42,23 +56,34 @@ public:
         bool isPolluted();
     };
 
+    static const unsigned int kShards = 4;
+
     // The nodes of one node size.
     class arena {
     public:
-        explicit arena(shm_allocator& owner);
+        arena(shm_allocator& owner, size_t nodeSize);
 
         node_tag* allocate(size_t nodeSize);
         void free(node_tag* node);
         void dumpInfo();
 
     private:
-        std::deque<node_tag*> m_freeList;
-        std::deque<node_tag*> m_usedList;
+        // One shard's free nodes of this size, oldest first; guarded by the shard's lock.
+        struct alignas(64) FreeList {
+            std::deque<node_tag*> nodes;
+        };
+
+        node_tag* takeFree(unsigned int shard, unsigned int taker);
+
+        FreeList m_free[kShards];
+        std::atomic<uint32_t> m_made; // nodes of this size cut from the region
         shm_allocator& m_owner;
+        const size_t m_nodeSize;
     };
 
     // The largest request whose node size still fits the 16-bit header.
     static const size_t kMaxRequest = 65518;
+    static const size_t kMaxNodeSize = 65528;
 
     shm_allocator();
     ~shm_allocator();
@@ -73,18 +98,36 @@ public:
     void* _allocate(size_t nodeSize);
     void dumpInfo();
 
+    // Bytes of the region cut into nodes so far: the most the region has ever held at once, since
+    // nothing goes back to the bump cursor.
+    size_t highWater() const;
+
     static size_t nodeSizeFor(size_t n);
 
 private:
+    struct alignas(64) Shard {
+        Mutex mutex;
+    };
+
+    // The heap's word for the node at this offset from the start (one per 8 bytes): node size / 8
+    // in the low 13 bits (0: no node starts here), the keeping shard in the next two, in use in
+    // the top bit. Written only under the keeping shard's lock.
+    std::atomic<uint16_t>& stateOf(const node_tag* node);
+    // The calling thread's shard.
+    static unsigned int currentShard();
+
     std::map<unsigned short, arena> m_arenas;
-    // The map's arenas by node size / 8, for a lookup without a tree walk on every call; the map
-    // stays the owner and gives the ascending order of dumpInfo.
-    arena* m_arenaBySize[65536 / 8];
-    bool m_initialized;
+    // The map's arenas by node size / 8, for a lookup without a lock or a tree walk; the map stays
+    // the owner and gives the ascending order of dumpInfo. Entries are set once, under m_mutex.
+    std::atomic<arena*> m_arenaBySize[kMaxNodeSize / 8 + 1];
+    std::atomic<bool> m_initialized;
     uint32_t m_capacity;
     unsigned char* m_base;
-    unsigned char* m_cursor;
-    Mutex m_mutex;
+    unsigned char* m_start;          // the base rounded up to 8: where the first node goes
+    std::atomic<uint32_t> m_used;    // the bump cursor, as bytes from m_start
+    std::unique_ptr<std::atomic<uint16_t>[]> m_nodeState;
+    Mutex m_mutex;                   // init, arena creation, dumpInfo
+    Shard m_shards[kShards];
 };
 
 // Maps "/hbbtv" once and returns its base; stores its size in *size when size is not null.

@@ -1,102 +1,77 @@
-// Allocate+free pairs in the shared region against glibc malloc+free of the same sizes, one and
-// two threads, in the same run. Prints Google Benchmark's table, then one of ns per pair and the
-// ratio shared region / malloc for each size and thread count.
+// Allocate+free in the shared region against glibc malloc+free, one thread and two threads at
+// once, in interleaved rounds. One set is one allocate+free of each record size in use (payloads,
+// answers), so that the figure weighs the sizes as a request does; the time is per pair and
+// thread.
 #include <unistd.h>
 
+#include <atomic>
 #include <cstdio>
 #include <cstdlib>
-#include <map>
 #include <string>
-#include <utility>
+#include <thread>
 #include <vector>
 
-#include <benchmark/benchmark.h>
-
+#include "BenchTable.h"
 #include "HbbtvBackendGlue.MemoryPool.h"
+
+using namespace hbbtv_bench;
 
 namespace {
 
-// The sizes of the records in use: payloads, answers, the service task.
-const int kRecordSizes[] = {24, 28, 532, 536, 544, 560, 816, 1588, 11592};
+const unsigned int kRecordSizes[] = {24, 28, 532, 536, 544, 560, 816, 1588, 11592};
+const int kSizes = sizeof(kRecordSizes) / sizeof(kRecordSizes[0]);
 
-void sharedRegionPair(benchmark::State& state)
-{
-    const unsigned int size = static_cast<unsigned int>(state.range(0));
-    for (auto _ : state) {
-        void* p = ZR_HBBTV_Core::hbbtvBackendMalloc(size);
-        benchmark::DoNotOptimize(p);
-        ZR_HBBTV_Core::hbbtvBackendMfree(p);
-    }
-}
-
-void mallocPair(benchmark::State& state)
-{
-    const size_t size = static_cast<size_t>(state.range(0));
-    for (auto _ : state) {
-        void* p = malloc(size);
-        benchmark::DoNotOptimize(p);
-        free(p);
-        benchmark::ClobberMemory();
-    }
-}
-
-void recordSizes(benchmark::internal::Benchmark* b)
-{
-    for (int size : kRecordSizes) {
-        b->Arg(size);
-    }
-    b->Threads(1)->Threads(2)->UseRealTime();
-}
-
-BENCHMARK(sharedRegionPair)->Apply(recordSizes);
-BENCHMARK(mallocPair)->Apply(recordSizes);
-
-// Collects ns per pair by (size/threads) for the summary.
-class SummaryReporter : public benchmark::ConsoleReporter {
-public:
-    void ReportRuns(const std::vector<Run>& runs) override
+struct RegionPairs {
+    static void run(int sets)
     {
-        for (const Run& run : runs) {
-            if (run.run_type != Run::RT_Iteration || run.error_occurred) {
-                continue;
-            }
-            const std::string name = run.benchmark_name();
-            const std::string::size_type slash = name.find('/');
-            const std::string family = name.substr(0, slash);
-            const std::string key = name.substr(slash + 1);
-            const double ns = run.GetAdjustedRealTime();
-            (family == "sharedRegionPair" ? m_shared : m_malloc)[key] = ns;
-        }
-        ConsoleReporter::ReportRuns(runs);
-    }
-
-    void printSummary() const
-    {
-        printf("\n%-28s %12s %12s %8s\n", "size/threads", "shared ns", "malloc ns", "ratio");
-        double sharedSum[3] = {0, 0, 0}, mallocSum[3] = {0, 0, 0};
-        for (const std::pair<const std::string, double>& entry : m_shared) {
-            const std::map<std::string, double>::const_iterator other = m_malloc.find(entry.first);
-            if (other == m_malloc.end()) {
-                continue;
-            }
-            printf("%-28s %12.1f %12.1f %8.2f\n", entry.first.c_str(), entry.second, other->second,
-                   entry.second / other->second);
-            const int threads = entry.first.find("threads:2") != std::string::npos ? 2 : 1;
-            sharedSum[threads] += entry.second;
-            mallocSum[threads] += other->second;
-        }
-        for (int threads = 1; threads <= 2; ++threads) {
-            if (mallocSum[threads] > 0) {
-                printf("all sizes, %d thread(s): ratio of summed times %.2f\n", threads,
-                       sharedSum[threads] / mallocSum[threads]);
+        for (int i = 0; i < sets; ++i) {
+            for (unsigned int size : kRecordSizes) {
+                void* p = ZR_HBBTV_Core::hbbtvBackendMalloc(size);
+                asm volatile("" : : "r"(p) : "memory");
+                ZR_HBBTV_Core::hbbtvBackendMfree(p);
             }
         }
     }
-
-private:
-    std::map<std::string, double> m_shared;
-    std::map<std::string, double> m_malloc;
 };
+
+struct MallocPairs {
+    static void run(int sets)
+    {
+        for (int i = 0; i < sets; ++i) {
+            for (unsigned int size : kRecordSizes) {
+                void* p = malloc(size);
+                asm volatile("" : : "r"(p) : "memory");
+                free(p);
+            }
+        }
+    }
+};
+
+// Nanoseconds per pair and thread, the threads started together on fresh threads.
+template <typename Pairs>
+double nsPerPair(int threads, int sets)
+{
+    std::atomic<int> ready{0};
+    std::atomic<bool> go{false};
+    std::vector<std::thread> workers;
+    for (int t = 0; t < threads; ++t) {
+        workers.emplace_back([&] {
+            Pairs::run(sets / 20); // warm: the thread's shard and its nodes
+            ++ready;
+            while (!go.load()) {
+            }
+            Pairs::run(sets);
+        });
+    }
+    while (ready.load() < threads) {
+    }
+    const Clock::time_point start = Clock::now();
+    go = true;
+    for (std::thread& worker : workers) {
+        worker.join();
+    }
+    return microsecondsBetween(start, Clock::now()) * 1000.0 / (static_cast<double>(sets) * kSizes);
+}
 
 } // namespace
 
@@ -106,10 +81,24 @@ int main(int argc, char** argv)
     const std::string suffix = ".bench" + std::to_string(getpid());
     setenv("HBBTV_SHM_SUFFIX", suffix.c_str(), 1);
 
-    benchmark::Initialize(&argc, argv);
-    SummaryReporter reporter;
-    benchmark::RunSpecifiedBenchmarks(&reporter);
-    reporter.printSummary();
-    benchmark::Shutdown();
+    const int rounds = 7;
+    const int sets = 200000;
+    std::vector<double> region1, malloc1, region2, malloc2;
+    for (int round = 0; round < rounds; ++round) {
+        region1.push_back(nsPerPair<RegionPairs>(1, sets));
+        malloc1.push_back(nsPerPair<MallocPairs>(1, sets));
+        region2.push_back(nsPerPair<RegionPairs>(2, sets));
+        malloc2.push_back(nsPerPair<MallocPairs>(2, sets));
+    }
+    const std::vector<Row> rows = {
+        ratioRow("allocate+free, 1 thread", "region", region1, "malloc", malloc1, "ns", Better::Lower, 1.5),
+        ratioRow("allocate+free, 2 threads at once", "region", region2, "malloc", malloc2, "ns", Better::Lower, 4.0),
+    };
+    printTable(rows);
+    const std::string json = jsonPathFrom(argc, argv);
+    if (!json.empty()) {
+        writeJson(rows, json);
+    }
+    ZR_HBBTV_Core::backendMallocUninit();
     return 0;
 }

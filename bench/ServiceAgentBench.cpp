@@ -1,8 +1,9 @@
 // Round trip of one request through the service agent, with a host that answers at once on its
 // own thread, against a minimal relay built here with the same hops (requester -> relay thread ->
-// host thread -> relay thread -> requester, condition-variable queues and a semaphore). Prints
-// p50 and p99 of one requester's round trips and the ratio of the p50s, then throughput with 1, 4
-// and 16 requesters.
+// host thread -> relay thread -> requester, condition-variable queues and a semaphore), in
+// interleaved rounds: the p50 of one requester's round trips, and throughput with 16 requesters.
+// Then memory: 100,000 requests, each with its payload and answer records made and freed as the
+// TV service does, and the process's resident size and the region's high-water before and after.
 #include <semaphore.h>
 #include <unistd.h>
 
@@ -19,15 +20,15 @@
 #include <thread>
 #include <vector>
 
+#include "BenchTable.h"
 #include "HbbtvBackendGlue.MemoryPool.h"
 #include "HbbtvBackendGlue.ServiceAgent.h"
 #include "HostAnswerThread.h"
 
 using namespace ZR_HBBTV_Core;
+using namespace hbbtv_bench;
 
 namespace {
-
-typedef std::chrono::steady_clock Clock;
 
 template <typename T>
 class BlockingQueue {
@@ -169,11 +170,6 @@ void measure(Requester& requester, int count, std::vector<double>& microseconds)
     }
 }
 
-double percentile(const std::vector<double>& sorted, double p)
-{
-    return sorted[static_cast<size_t>(p * static_cast<double>(sorted.size() - 1))];
-}
-
 // Requests per second with this many requesters, each running for the given time.
 template <typename MakeRequester>
 double throughput(int threads, double seconds, MakeRequester make)
@@ -199,12 +195,23 @@ double throughput(int threads, double seconds, MakeRequester make)
     return static_cast<double>(done.load()) / seconds;
 }
 
+// One request as the TV service makes it: its records made for it in the region, freed after.
+void freshRecordsRoundTrip()
+{
+    std::unique_ptr<HbbtvServiceRequestAnswer> answer = HbbtvServiceRequestAnswer::create();
+    std::unique_ptr<HbbtvCommandPayload> payload(new HbbtvCommandPayload(DVBMediaPlayer_OpenVideo));
+    payload->ticket = ++g_tickets;
+    getServiceAgent()->request(payload.get(), answer.get());
+    if (!answer->valid) {
+        fprintf(stderr, "request %u not answered\n", payload->ticket);
+        abort();
+    }
+}
+
 } // namespace
 
 int main(int argc, char** argv)
 {
-    const int count = argc > 1 ? atoi(argv[1]) : 20000;
-    const double seconds = argc > 2 ? atof(argv[2]) : 1.0;
     const std::string suffix = ".bench" + std::to_string(getpid());
     setenv("HBBTV_SHM_SUFFIX", suffix.c_str(), 1);
 
@@ -212,33 +219,55 @@ int main(int argc, char** argv)
     AgentIssuer* issuer = new AgentIssuer();
     getServiceAgent()->start(issuer);
     Relay* relay = new Relay();
+    const long residentAfterStart = residentKiB();
 
     AgentRequester agentRequester;
     RelayRequester relayRequester(relay);
-    // Rounds alternate between the two, so that drift in the machine's speed reaches both alike.
-    std::vector<double> agent, minimal, warmUp;
+    std::vector<double> warmUp;
     measure(agentRequester, 1000, warmUp);
     measure(relayRequester, 1000, warmUp);
-    const int rounds = 20;
+
+    // Rounds alternate between the two, so that drift in the machine's speed reaches both alike.
+    const int rounds = 7;
+    const int perRound = 3000;
+    const double seconds = 0.5;
+    std::vector<double> agentP50, relayP50, agentThroughput, relayThroughput;
     for (int round = 0; round < rounds; ++round) {
-        measure(agentRequester, count / rounds, agent);
-        measure(relayRequester, count / rounds, minimal);
+        std::vector<double> agent, minimal;
+        measure(agentRequester, perRound, agent);
+        measure(relayRequester, perRound, minimal);
+        agentP50.push_back(median(agent));
+        relayP50.push_back(median(minimal));
+        agentThroughput.push_back(throughput(16, seconds, [] { return std::make_unique<AgentRequester>(); }));
+        relayThroughput.push_back(
+            throughput(16, seconds, [relay] { return std::make_unique<RelayRequester>(relay); }));
     }
-    std::sort(agent.begin(), agent.end());
-    std::sort(minimal.begin(), minimal.end());
 
-    printf("round trip of one request, %d requests, microseconds\n", count);
-    printf("%-14s %10s %10s\n", "", "p50", "p99");
-    printf("%-14s %10.1f %10.1f\n", "agent", percentile(agent, 0.5), percentile(agent, 0.99));
-    printf("%-14s %10.1f %10.1f\n", "minimal relay", percentile(minimal, 0.5), percentile(minimal, 0.99));
-    printf("p50 ratio agent / relay: %.2f\n\n", percentile(agent, 0.5) / percentile(minimal, 0.5));
+    // Memory: the region's high-water must not grow with the number of requests.
+    for (int i = 0; i < 1000; ++i) {
+        freshRecordsRoundTrip();
+    }
+    const double highWaterAfter1000 = static_cast<double>(getBackendMemAllocator()->highWater());
+    for (int i = 1000; i < 100000; ++i) {
+        freshRecordsRoundTrip();
+    }
+    const double highWaterAfter100000 = static_cast<double>(getBackendMemAllocator()->highWater());
+    const long residentAtEnd = residentKiB();
 
-    printf("throughput, requests per second over %.1f s\n", seconds);
-    printf("%-10s %14s %14s\n", "requesters", "agent", "minimal relay");
-    for (int threads : {1, 4, 16}) {
-        const double a = throughput(threads, seconds, [] { return std::make_unique<AgentRequester>(); });
-        const double r = throughput(threads, seconds, [relay] { return std::make_unique<RelayRequester>(relay); });
-        printf("%-10d %14.0f %14.0f\n", threads, a, r);
+    const std::vector<Row> rows = {
+        ratioRow("request round trip p50, 1 requester", "agent", agentP50, "relay", relayP50, "us", Better::Lower,
+                 1.1),
+        ratioRow("request throughput, 16 requesters", "agent", agentThroughput, "relay", relayThroughput, "req/s",
+                 Better::Higher, 0.95),
+        ratioRow("/hbbtv high-water, 100,000 requests", "after 100,000", {highWaterAfter100000}, "after 1,000",
+                 {highWaterAfter1000}, "bytes", Better::Lower, 1.0),
+        absoluteRow("resident size, request benchmark", "at end", {static_cast<double>(residentAtEnd)},
+                    "after start", {static_cast<double>(residentAfterStart)}, "KiB", 0),
+    };
+    printTable(rows);
+    const std::string json = jsonPathFrom(argc, argv);
+    if (!json.empty()) {
+        writeJson(rows, json);
     }
     fflush(stdout);
     // The agent's, the host's and the relay's threads are never stopped, so exit handlers are

@@ -1,8 +1,14 @@
 #include "RequestSummary.h"
 
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <cstdio>
+#include <cstring>
 
 #include "HbbtvBackendCommand.h"
 
@@ -88,6 +94,68 @@ double percentile(std::vector<double> samples, double p)
     return samples[std::min(index, samples.size() - 1)];
 }
 
+long residentKiB()
+{
+    long pages = 0;
+    long resident = 0;
+    FILE* statm = fopen("/proc/self/statm", "r");
+    if (statm == nullptr) {
+        return 0;
+    }
+    if (fscanf(statm, "%ld %ld", &pages, &resident) != 2) {
+        resident = 0;
+    }
+    fclose(statm);
+    return resident * (sysconf(_SC_PAGESIZE) / 1024);
+}
+
+size_t nodeChainLength(const unsigned char* region, size_t size)
+{
+    const uint16_t mark = 0x5A5A;
+    size_t at = 0;
+    while (at + 8 <= size) {
+        uint16_t header[2];
+        memcpy(header, region + at, sizeof(header));
+        const size_t nodeSize = header[1] + size_t(8);
+        if (header[0] != mark || header[1] < 2 || nodeSize % 8 != 0 || at + nodeSize > size) {
+            break;
+        }
+        uint16_t endMark;
+        memcpy(&endMark, region + at + nodeSize - 2, sizeof(endMark));
+        if (endMark != mark) {
+            break;
+        }
+        at += nodeSize;
+    }
+    return at;
+}
+
+size_t regionHighWater(const std::string& name, size_t size)
+{
+    const int fd = shm_open(name.c_str(), O_RDONLY, 0);
+    if (fd < 0) {
+        return 0;
+    }
+    void* const region = mmap(nullptr, size, PROT_READ, MAP_SHARED, fd, 0);
+    close(fd);
+    if (region == MAP_FAILED) {
+        return 0;
+    }
+    const size_t length = nodeChainLength(static_cast<const unsigned char*>(region), size);
+    munmap(region, size);
+    return length;
+}
+
+void RequestSummary::setMemory(long residentAfterStartKiB, long residentAtEndKiB, size_t regionHighWater,
+    size_t regionSize)
+{
+    m_hasMemory = true;
+    m_residentAfterStartKiB = residentAfterStartKiB;
+    m_residentAtEndKiB = residentAtEndKiB;
+    m_regionHighWater = regionHighWater;
+    m_regionSize = regionSize;
+}
+
 void RequestSummary::add(int command, double latencyMs, bool timedOut)
 {
     Samples& samples = m_byCommand[command];
@@ -141,6 +209,14 @@ std::vector<std::string> RequestSummary::table() const
         all.insert(all.end(), samples.latencies.begin(), samples.latencies.end());
     }
     lines.push_back(row("all requests", all.size(), percentile(all, 50), percentile(all, 99), timeOuts()));
+    if (m_hasMemory) {
+        char line[160];
+        snprintf(line, sizeof(line), "resident size: %ld KiB after start, %ld KiB at the end", m_residentAfterStartKiB,
+            m_residentAtEndKiB);
+        lines.push_back(line);
+        snprintf(line, sizeof(line), "/hbbtv high-water: %zu of %zu bytes", m_regionHighWater, m_regionSize);
+        lines.push_back(line);
+    }
     return lines;
 }
 

@@ -16,6 +16,16 @@ std::string commandName(int command);
 // The value at or below which p percent of the samples lie (nearest rank); 0 without samples.
 double percentile(std::vector<double> samples, double p);
 
+// The process's resident size in KiB (0 when /proc cannot tell).
+long residentKiB();
+
+// How far the nodes of an allocator region reach from its start, read from the region's own node
+// headers as any process that maps it can (head mark 0x5A5A, data size, end mark 0x5A5A, nodes
+// back to back from the start): the region's high-water, since nodes never go back.
+size_t nodeChainLength(const unsigned char* region, size_t size);
+// The same for a shared-memory object by name; 0 when it cannot be mapped.
+size_t regionHighWater(const std::string& name, size_t size);
+
 class RequestSummary {
 public:
     void add(int command, double latencyMs, bool timedOut);
@@ -23,7 +33,11 @@ public:
     size_t requests() const;
     size_t timeOuts() const;
 
-    // The table, one line each: a header, a row per command in command order, a total.
+    // Memory figures for the end of the table.
+    void setMemory(long residentAfterStartKiB, long residentAtEndKiB, size_t regionHighWater, size_t regionSize);
+
+    // The table, one line each: a header, a row per command in command order, a total, and the
+    // memory figures once set.
     std::vector<std::string> table() const;
 
 private:
@@ -32,6 +46,11 @@ private:
         size_t timeOuts = 0;
     };
     std::map<int, Samples> m_byCommand;
+    bool m_hasMemory = false;
+    long m_residentAfterStartKiB = 0;
+    long m_residentAtEndKiB = 0;
+    size_t m_regionHighWater = 0;
+    size_t m_regionSize = 0;
 };
 
 } // namespace hbbtv_simulator

@@ -187,8 +187,18 @@ int Scenario::run(const std::string& name, const std::vector<StepCall>& steps)
     answer.delayMs = m_options.hostDelayMs;
     host.setDecision(answer);
 
+    long residentAfterStart = residentKiB();
     for (size_t i = 0; i < steps.size(); ++i) {
         runStep(static_cast<int>(i) + 1, steps[i]);
+        if (i == 0) {
+            residentAfterStart = residentKiB(); // the first step starts the television
+        }
+    }
+    {
+        const size_t regionSize = 409600;
+        std::lock_guard<std::mutex> lock(m_summaryMutex);
+        m_summary.setMemory(residentAfterStart, residentKiB(), regionHighWater("/hbbtv" + m_shmSuffix, regionSize),
+            regionSize);
     }
     // The library stays loaded: its service agent thread runs until the process ends.
     removeSharedMemory();

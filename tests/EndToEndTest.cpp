@@ -132,6 +132,9 @@ TEST(EndToEnd, KeyClickWaitsForTheBrowsersVerdict)
     EXPECT_FALSE(tv.wrapper->keyClick(red)); // neither event consumed: the host handles the key
     tv.browser.service()->setKeyReply(hbbtv_sim::KeyReply{true, true, 5});
     EXPECT_TRUE(tv.wrapper->keyClick(red));
+    // A verdict that comes long after the wait began is still the one returned.
+    tv.browser.service()->setKeyReply(hbbtv_sim::KeyReply{true, false, 60});
+    EXPECT_FALSE(tv.wrapper->keyClick(red));
 
     // No answer within about 0.3 s counts as consumed.
     tv.browser.service()->setKeyReply(hbbtv_sim::KeyReply{false, false, 0});

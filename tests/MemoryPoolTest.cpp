@@ -1,4 +1,6 @@
+#include <algorithm>
 #include <cstring>
+#include <future>
 #include <random>
 #include <string>
 #include <thread>
@@ -197,6 +199,29 @@ TEST(ShmAllocatorDeathTest, CorruptionAndMisuseAbort)
             hbbtvBackendMfree(p);
         },
         kPoolFile, kArenaFree, 93);
+    // A header rewritten to say "in use" again does not make a freed node free twice: the heap's
+    // own word for it disagrees.
+    hbbtv_test::expectAssertFail(
+        [] {
+            unsigned char* p = allocateBytes(20);
+            hbbtvBackendMfree(p);
+            reinterpret_cast<shm_allocator::node_tag*>(p - 8)->useMark = shm_allocator::node_tag::kInUse;
+            hbbtvBackendMfree(p);
+        },
+        kPoolFile, kArenaFree, 100);
+    // A header rewritten to the largest size the 16-bit field holds, with an end mark where that
+    // size puts it: refused as a size no arena holds, not looked up past the arena table.
+    hbbtv_test::expectAssertFail(
+        [] {
+            unsigned char* outer = allocateBytes(shm_allocator::kMaxRequest);
+            unsigned char* next = allocateBytes(100);
+            ASSERT_EQ(outer + 65528, next);
+            const uint16_t header[2] = {0x5A5A, 65528};
+            memcpy(outer, header, sizeof(header));
+            memcpy(outer + 8 + 65528 - 2, header, 2);
+            hbbtvBackendMfree(outer + 8);
+        },
+        kPoolFile, kAllocatorFree, 177);
     // A freed node whose marks were overwritten is caught when it is handed out again.
     hbbtv_test::expectAssertFail(
         [] {
@@ -214,4 +239,79 @@ TEST(ShmAllocatorDeathTest, CorruptionAndMisuseAbort)
             }
         },
         kPoolFile, kBumpAllocate, 186);
+}
+
+TEST(ShmAllocator, HighWaterCountsTheRegionCutIntoNodes)
+{
+    shm_allocator* allocator = getBackendMemAllocator();
+    const size_t start = allocator->highWater();
+    unsigned char* a = allocateBytes(6);   // 16
+    unsigned char* b = allocateBytes(532); // 544
+    EXPECT_EQ(start + 16 + 544, allocator->highWater());
+    for (int i = 0; i < 100; ++i) {
+        hbbtvBackendMfree(a);
+        hbbtvBackendMfree(b);
+        a = allocateBytes(6);
+        b = allocateBytes(532);
+    }
+    EXPECT_EQ(start + 16 + 544, allocator->highWater());
+
+    // A node another thread freed is reused before the region grows, and frees by several
+    // threads at once leave every node usable exactly once.
+    std::vector<unsigned char*> freedElsewhere;
+    std::thread([&] {
+        for (int i = 0; i < 4; ++i) {
+            freedElsewhere.push_back(allocateBytes(532));
+        }
+        for (unsigned char* p : freedElsewhere) {
+            hbbtvBackendMfree(p);
+        }
+    }).join();
+    const size_t before = allocator->highWater();
+    std::vector<unsigned char*> taken;
+    for (int i = 0; i < 4; ++i) {
+        taken.push_back(allocateBytes(532));
+    }
+    EXPECT_EQ(before, allocator->highWater());
+    std::sort(taken.begin(), taken.end());
+    std::sort(freedElsewhere.begin(), freedElsewhere.end());
+    EXPECT_EQ(freedElsewhere, taken);
+    std::vector<std::future<void>> frees;
+    for (unsigned char* p : taken) {
+        frees.push_back(std::async(std::launch::async, [p] { hbbtvBackendMfree(p); }));
+    }
+    for (std::future<void>& f : frees) {
+        f.get();
+    }
+    testing::internal::CaptureStdout();
+    allocator->dumpInfo();
+    const std::string dump = testing::internal::GetCapturedStdout();
+    EXPECT_NE(std::string::npos, dump.find("\tnode size:544\nfree list:4\nused list:1\n")) << dump;
+}
+
+#if defined(__SANITIZE_ADDRESS__)
+#define HBBTV_TEST_ASAN 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define HBBTV_TEST_ASAN 1
+#endif
+#endif
+
+TEST(ShmAllocatorDeathTest, FreedRecordsAreOutOfBoundsForAddressSanitizer)
+{
+#ifdef HBBTV_TEST_ASAN
+    // A record handed out again is usable in full, end mark included.
+    unsigned char* p = allocateBytes(30);
+    hbbtvBackendMfree(p);
+    unsigned char* again = allocateBytes(30);
+    ASSERT_EQ(p, again);
+    memset(again, 1, 30);
+    hbbtvBackendMfree(again);
+    // Any byte of a freed record, its end mark included, is reported when written or read.
+    EXPECT_DEATH(p[0] = 1, "use-after-poison");
+    EXPECT_DEATH(p[31] = 1, "use-after-poison"); // the end mark
+    EXPECT_DEATH(printf("%d\n", p[17]), "use-after-poison");
+#else
+    GTEST_SKIP() << "AddressSanitizer builds only";
+#endif
 }

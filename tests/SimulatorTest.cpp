@@ -217,6 +217,37 @@ TEST(RequestSummaryTest, TableByCommandWithTotals)
     EXPECT_EQ("all requests                                          3      2.000      4.000          1", table[3]);
 }
 
+TEST(RequestSummaryTest, MemoryFiguresFromTheRegionsOwnHeaders)
+{
+    // Three nodes back to back (16, 24 and 16 bytes), then a corrupted head mark: the chain ends
+    // where the marks stop.
+    std::vector<unsigned char> region(128, 0);
+    const auto node = [&region](size_t at, uint16_t nodeSize) {
+        const uint16_t header[2] = { 0x5A5A, static_cast<uint16_t>(nodeSize - 8) };
+        memcpy(&region[at], header, sizeof(header));
+        memcpy(&region[at + nodeSize - 2], header, 2);
+    };
+    node(0, 16);
+    node(16, 24);
+    node(40, 16);
+    node(56, 16);
+    region[56] = 0;
+    EXPECT_EQ(56u, nodeChainLength(region.data(), region.size()));
+    EXPECT_EQ(40u, nodeChainLength(region.data(), 55)); // a node past the end does not count
+    region[40 + 14] = 0;                                // an end mark overwritten
+    EXPECT_EQ(40u, nodeChainLength(region.data(), region.size()));
+    EXPECT_EQ(0u, regionHighWater("/hbbtv.no-such-region", 409600));
+    EXPECT_GT(residentKiB(), 0);
+
+    RequestSummary summary;
+    summary.add(TunerCommand_TuneTo, 1.0, false);
+    summary.setMemory(1000, 1200, 4096, 409600);
+    const std::vector<std::string> table = summary.table();
+    ASSERT_EQ(5u, table.size());
+    EXPECT_EQ("resident size: 1000 KiB after start, 1200 KiB at the end", table[3]);
+    EXPECT_EQ("/hbbtv high-water: 4096 of 409600 bytes", table[4]);
+}
+
 TEST(RequestSummaryTest, CommandNames)
 {
     EXPECT_EQ("DSMCC_DVBURL_GetFile", commandName(DSMCC_DVBURL_GetFile));
