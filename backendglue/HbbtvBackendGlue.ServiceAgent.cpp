@@ -225,12 +225,25 @@ GetServiceTask* BackendServiceAgent::CommandTaskQueue::wait(BackendMessageQueueW
     return waitForMessageFilteredWithTimeout(result, any, deadline < limit ? deadline : limit);
 }
 
-void BackendServiceAgent::WaitingResponseTaskQueue::adjustTryTime(double now)
+double BackendServiceAgent::WaitingResponseTaskQueue::adjustTryTime(double now,
+                                                                     std::vector<GetServiceTask*>& expired)
 {
     Locker<Mutex> lock(m_mutex);
-    for (GetServiceTask* task : m_tasks) {
+    double nearest = kNoDeadline;
+    for (std::deque<GetServiceTask*>::iterator it = m_tasks.begin(); it != m_tasks.end();) {
+        GetServiceTask* const task = *it;
         task->command()->timeoutMs = toBudget((task->deadline() - now) * 1000.0);
+        if (task->deadline() <= now) {
+            expired.push_back(task);
+            it = m_tasks.erase(it);
+            continue;
+        }
+        if (task->deadline() < nearest) {
+            nearest = task->deadline();
+        }
+        ++it;
     }
+    return nearest;
 }
 
 GetServiceTask* BackendServiceAgent::WaitingResponseTaskQueue::retriveWithTicket(unsigned int ticket)
@@ -244,31 +257,6 @@ GetServiceTask* BackendServiceAgent::WaitingResponseTaskQueue::retriveWithTicket
         }
     }
     return nullptr;
-}
-
-GetServiceTask* BackendServiceAgent::WaitingResponseTaskQueue::takeExpired(double now)
-{
-    Locker<Mutex> lock(m_mutex);
-    for (std::deque<GetServiceTask*>::iterator it = m_tasks.begin(); it != m_tasks.end(); ++it) {
-        if ((*it)->deadline() <= now) {
-            GetServiceTask* const task = *it;
-            m_tasks.erase(it);
-            return task;
-        }
-    }
-    return nullptr;
-}
-
-double BackendServiceAgent::WaitingResponseTaskQueue::nearestDeadline()
-{
-    Locker<Mutex> lock(m_mutex);
-    double nearest = kNoDeadline;
-    for (const GetServiceTask* task : m_tasks) {
-        if (task->deadline() < nearest) {
-            nearest = task->deadline();
-        }
-    }
-    return nearest;
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -319,6 +307,7 @@ void* BackendServiceAgent::threadFunction()
         // One clock reading a cycle, taken when the wait ends: it dates the hand-over of the
         // cycle's request, counts budgets down and finds the deadlines that have passed.
         double now = currentTime();
+        double nearestDeadline = BackendMessageQueue::kNoDeadline;
         for (;;) {
             task = nullptr;
             if (plx_interface_common::Get_plx_str()->strThreadItemSuspend() != 0) {
@@ -327,7 +316,7 @@ void* BackendServiceAgent::threadFunction()
             // The wait ends by the nearest deadline, so that expiry is acted on in time however
             // busy the queue is.
             BackendMessageQueueWaitResult result;
-            task = m_commandQueue.wait(result, now, m_waitingQueue.nearestDeadline());
+            task = m_commandQueue.wait(result, now, nearestDeadline);
             now = currentTime();
             if (result == GotMessage) {
                 if (task->isMarker()) {
@@ -340,8 +329,7 @@ void* BackendServiceAgent::threadFunction()
                 HbbtvBackendGlue_AssertFail(kSourceFile, __PRETTY_FUNCTION__, 442);
             }
             task = nullptr;
-            m_waitingQueue.adjustTryTime(now);
-            releaseTimeoutRequests(now);
+            nearestDeadline = releaseTimeoutRequests(now);
         }
     } catch (...) {
         if (task != nullptr && task->isMarker()) {
@@ -423,11 +411,14 @@ void BackendServiceAgent::response(unsigned int ticket)
     m_commandQueue.append(GetServiceTask::createMarker(ticket));
 }
 
-void BackendServiceAgent::releaseTimeoutRequests(double now)
+double BackendServiceAgent::releaseTimeoutRequests(double now)
 {
-    while (GetServiceTask* const task = m_waitingQueue.takeExpired(now)) {
+    m_expired.clear();
+    const double nearest = m_waitingQueue.adjustTryTime(now, m_expired);
+    for (GetServiceTask* const task : m_expired) {
         giveUp(task);
     }
+    return nearest;
 }
 
 // The answer is left as it is: the host may still be writing it, and the requester learns the

@@ -14,6 +14,7 @@
 
 #include <atomic>
 #include <deque>
+#include <vector>
 
 #include "HbbtvBackendGlue.Util.h"
 #include "HbbtvBackendRecords.h"
@@ -156,15 +157,13 @@ public:
 
     class WaitingResponseTaskQueue : public BackendMessageQueue {
     public:
-        // Writes into every waiting request's payload the milliseconds left to its deadline, not
-        // below 0: the budget the host sees counts down in place.
-        void adjustTryTime(double now);
+        // In one pass: writes into every waiting request's payload the milliseconds left to its
+        // deadline (the budget the host sees counts down in place), moves the requests whose
+        // deadline has passed to expired, and returns the nearest deadline left (kNoDeadline if
+        // none).
+        double adjustTryTime(double now, std::vector<GetServiceTask*>& expired);
         // Removes and returns the first waiting task with this ticket, or null.
         GetServiceTask* retriveWithTicket(unsigned int ticket);
-        // Removes and returns the first waiting task whose deadline has passed, or null.
-        GetServiceTask* takeExpired(double now);
-        // The earliest deadline of the waiting tasks, or kNoDeadline.
-        double nearestDeadline();
     };
 
     // Given-up requests whose records are kept for the host, at most this many; past it the
@@ -194,7 +193,8 @@ public:
     void holdGivenUpRecords(unsigned int ticket, const HostHeldRecord* records, size_t count);
     // Given-up requests whose records are still kept for the host.
     size_t givenUpRequests();
-    void releaseTimeoutRequests(double now);
+    // Gives up the waiting requests whose deadline has passed; returns the nearest deadline left.
+    double releaseTimeoutRequests(double now);
 
 private:
     struct GivenUpRequest {
@@ -219,6 +219,7 @@ private:
     pthread_t m_thread;
     Mutex m_givenUpMutex;
     std::deque<GivenUpRequest> m_givenUp;
+    std::vector<GetServiceTask*> m_expired; // the agent thread's, reused every cycle
 };
 
 // The process-wide agent, created on first use.
