@@ -120,6 +120,8 @@ void CheckingHost::markDeinit()
     std::lock_guard<std::mutex> lock(m_mutex);
     m_deinit = true;
     m_deinitAt = Clock::now();
+    // The library's wrapper is about to go: nothing reaches it from here on.
+    m_libraryWrapper = nullptr;
 }
 
 ZR_HBBTV_Core::ZR_HbbtvImplInterface* CheckingHost::admit(const char* operation)
