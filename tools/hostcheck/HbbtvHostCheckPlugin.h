@@ -26,7 +26,7 @@ struct HbbtvHostCheckContext {
 };
 
 // The name the checker looks up with dlsym.
-#define HBBTV_HOST_CHECK_ENTRY_POINT "HbbtvHostCheck_CreateHost"
+inline constexpr char kHbbtvHostCheckEntryPoint[] = "HbbtvHostCheck_CreateHost";
 
 typedef Hbbtv_TVServer* (*HbbtvHostCheckCreateHostFunction)(HbbtvHostCheckContext* context);
 

@@ -56,14 +56,14 @@ void usage(FILE* out)
         "  Checks a host (Hbbtv_TVServer) built as a plugin against the library's host contract: loads the\n"
         "  library as the television does, plays the browser, drives every operation that reaches the host\n"
         "  and checks each answer and callback. Exit status 0 only when everything passed.\n"
-        "  --host PLUGIN.so  the host plugin (exports " HBBTV_HOST_CHECK_ENTRY_POINT ")\n"
+        "  --host PLUGIN.so  the host plugin (exports %s)\n"
         "  --host-arg TEXT   passed to the plugin as context->argument\n"
         "  --only OPS        comma-separated operations to run (--list shows them); default: all\n"
         "  --repeat N        run the operations N times, to catch intermittent faults (default 1)\n"
         "  --budget-ms N     every request's budget (timeoutMs as the host sees it); default: the library's\n"
         "  --json FILE       write the report as JSON too\n"
         "  --library PATH    the library to check against (default: %s)\n",
-        HBBTV_GLUE_LIBRARY);
+        kHbbtvHostCheckEntryPoint, HBBTV_GLUE_LIBRARY);
 }
 
 bool parseNumber(const char* text, unsigned long lowest, unsigned long highest, unsigned int& value)
@@ -240,9 +240,9 @@ int main(int argc, char** argv)
         return fail(suffix, std::string("cannot load the host plugin: ") + dlerror());
     }
     const auto createHost
-        = reinterpret_cast<HbbtvHostCheckCreateHostFunction>(dlsym(plugin, HBBTV_HOST_CHECK_ENTRY_POINT));
+        = reinterpret_cast<HbbtvHostCheckCreateHostFunction>(dlsym(plugin, kHbbtvHostCheckEntryPoint));
     if (createHost == nullptr) {
-        return fail(suffix, options.host + " does not export " HBBTV_HOST_CHECK_ENTRY_POINT);
+        return fail(suffix, options.host + " does not export " + kHbbtvHostCheckEntryPoint);
     }
 
     printf("hbbtv-host-check: library %s\n", options.library.c_str());
@@ -258,7 +258,7 @@ int main(int argc, char** argv)
         nullptr };
     Hbbtv_TVServer* const host = createHost(&context);
     if (host == nullptr) {
-        return fail(suffix, "the plugin made no host (" HBBTV_HOST_CHECK_ENTRY_POINT " returned null)");
+        return fail(suffix, std::string("the plugin made no host (") + kHbbtvHostCheckEntryPoint + " returned null)");
     }
     ZR_HBBTV_Core::ZR_HbbtvImplInterface* const wrapper = create();
     checker.setHost(host);
