@@ -46,6 +46,9 @@ struct Options {
 
 // How long calls into the wrapper are watched for once deinit has run.
 const std::chrono::milliseconds kAfterDeinitWatch(150);
+// A quiet moment before teardown, so that a completion reported twice is counted with its request
+// rather than as a call after deinit.
+const std::chrono::milliseconds kSettle(200);
 
 void usage(FILE* out)
 {
@@ -286,10 +289,11 @@ int main(int argc, char** argv)
         }
     }
 
-    // Late answers still under way are waited for (up to one budget), then the wrapper goes as the
-    // television takes it down, and the host must be silent from then on.
+    // Late answers still under way are waited for (up to one budget) and stray ones for a moment,
+    // then the wrapper goes as the television takes it down, and the host must be silent from then on.
     checker.setOperation("teardown");
     checker.waitForLateCompletions(std::chrono::milliseconds(options.budgetMs != 0 ? options.budgetMs : 1000));
+    std::this_thread::sleep_for(kSettle);
     checker.markDeinit();
     destroy(wrapper);
     std::this_thread::sleep_for(kAfterDeinitWatch);
