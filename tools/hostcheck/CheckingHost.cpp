@@ -117,6 +117,7 @@ void CheckingHost::setOperation(const std::string& operation)
 
 void CheckingHost::markDeinit()
 {
+    const std::unique_lock<std::shared_mutex> forwarding(m_forwarding);
     std::lock_guard<std::mutex> lock(m_mutex);
     m_deinit = true;
     m_deinitAt = Clock::now();

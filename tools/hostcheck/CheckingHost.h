@@ -14,6 +14,7 @@
 #include <deque>
 #include <memory>
 #include <mutex>
+#include <shared_mutex>
 #include <string>
 #include <thread>
 #include <vector>
@@ -58,15 +59,18 @@ public:
     CheckingHost(const CheckingHost&) = delete;
     CheckingHost& operator=(const CheckingHost&) = delete;
 
-    // The wrapper the plugin's host reports to (the checker's), and the library's own.
+    // The wrapper the plugin's host reports to (the checker's), and the library's own, to be set once
+    // its init has returned: until then the host's calls go nowhere.
     ZR_HBBTV_Core::ZR_HbbtvImplInterface* completionWrapper();
     void setLibraryWrapper(ZR_HBBTV_Core::ZR_HbbtvImplInterface* wrapper);
     void setHost(Hbbtv_TVServer* host);
     // Requests and callbacks from now on belong to this operation.
     void setOperation(const std::string& operation);
 
-    // From now on every call of the host into the wrapper is a finding.
+    // From now on every call of the host into the wrapper is a finding; waits for calls under way.
     void markDeinit();
+    // Held shared by each call of the host into the wrapper, exclusively by markDeinit.
+    std::shared_mutex& forwardingLock() { return m_forwarding; }
     // Waits until every given-up request has been completed late, or the time has passed.
     void waitForLateCompletions(std::chrono::milliseconds limit);
     // Frees what given-up requests still hold; only once the host can no longer write it.
@@ -111,6 +115,7 @@ private:
     Hbbtv_TVServer* m_host = nullptr;
     ZR_HBBTV_Core::ZR_HbbtvImplInterface* m_libraryWrapper = nullptr;
 
+    std::shared_mutex m_forwarding;
     mutable std::mutex m_mutex;
     std::condition_variable m_changed;
     std::string m_operation;

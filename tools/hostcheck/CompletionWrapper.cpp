@@ -1,5 +1,7 @@
 #include "CompletionWrapper.h"
 
+#include <shared_mutex>
+
 #include "CheckingHost.h"
 
 namespace hbbtv_hostcheck {
@@ -11,6 +13,7 @@ ZR_HBBTV_Core::ZR_HbbtvImplInterface* CompletionWrapper::admit(const char* opera
 
 void CompletionWrapper::notifyHbbtvServiceRequestFinished(HbbtvCommandPayload* payload)
 {
+    const std::shared_lock<std::shared_mutex> forwarding(m_checker.forwardingLock());
     if (admit("notifyHbbtvServiceRequestFinished") != nullptr) {
         m_checker.requestFinished(payload);
     }
@@ -20,22 +23,26 @@ void CompletionWrapper::notifyHbbtvServiceRequestFinished(HbbtvCommandPayload* p
 // further.
 void CompletionWrapper::init(Hbbtv_TVServer*)
 {
+    const std::shared_lock<std::shared_mutex> forwarding(m_checker.forwardingLock());
     admit("init");
 }
 
 void CompletionWrapper::deinit()
 {
+    const std::shared_lock<std::shared_mutex> forwarding(m_checker.forwardingLock());
     admit("deinit");
 }
 
 int CompletionWrapper::toggleDigitalTeletext() const
 {
+    const std::shared_lock<std::shared_mutex> forwarding(m_checker.forwardingLock());
     ZR_HBBTV_Core::ZR_HbbtvImplInterface* const wrapper = admit("toggleDigitalTeletext");
     return wrapper != nullptr ? wrapper->toggleDigitalTeletext() : 0;
 }
 
 void CompletionWrapper::notifyChannelChanged(unsigned short a, unsigned short b, unsigned short c) const
 {
+    const std::shared_lock<std::shared_mutex> forwarding(m_checker.forwardingLock());
     ZR_HBBTV_Core::ZR_HbbtvImplInterface* const wrapper = admit("notifyChannelChanged");
     if (wrapper != nullptr) {
         wrapper->notifyChannelChanged(a, b, c);
@@ -44,12 +51,14 @@ void CompletionWrapper::notifyChannelChanged(unsigned short a, unsigned short b,
 
 bool CompletionWrapper::newAITNotification(unsigned int aitVersion, const ZR_HBBTV_Core::AITApps& apps)
 {
+    const std::shared_lock<std::shared_mutex> forwarding(m_checker.forwardingLock());
     ZR_HBBTV_Core::ZR_HbbtvImplInterface* const wrapper = admit("newAITNotification");
     return wrapper != nullptr ? wrapper->newAITNotification(aitVersion, apps) : false;
 }
 
 void CompletionWrapper::noAITNotification(unsigned short value)
 {
+    const std::shared_lock<std::shared_mutex> forwarding(m_checker.forwardingLock());
     ZR_HBBTV_Core::ZR_HbbtvImplInterface* const wrapper = admit("noAITNotification");
     if (wrapper != nullptr) {
         wrapper->noAITNotification(value);
@@ -58,6 +67,7 @@ void CompletionWrapper::noAITNotification(unsigned short value)
 
 void CompletionWrapper::tunerStopped(bool stopped)
 {
+    const std::shared_lock<std::shared_mutex> forwarding(m_checker.forwardingLock());
     ZR_HBBTV_Core::ZR_HbbtvImplInterface* const wrapper = admit("tunerStopped");
     if (wrapper != nullptr) {
         wrapper->tunerStopped(stopped);
@@ -66,30 +76,35 @@ void CompletionWrapper::tunerStopped(bool stopped)
 
 bool CompletionWrapper::launchBrowser()
 {
+    const std::shared_lock<std::shared_mutex> forwarding(m_checker.forwardingLock());
     ZR_HBBTV_Core::ZR_HbbtvImplInterface* const wrapper = admit("launchBrowser");
     return wrapper != nullptr ? wrapper->launchBrowser() : false;
 }
 
 bool CompletionWrapper::keyClick(unsigned int key)
 {
+    const std::shared_lock<std::shared_mutex> forwarding(m_checker.forwardingLock());
     ZR_HBBTV_Core::ZR_HbbtvImplInterface* const wrapper = admit("keyClick");
     return wrapper != nullptr ? wrapper->keyClick(key) : false;
 }
 
 int CompletionWrapper::prepareCreateApplication()
 {
+    const std::shared_lock<std::shared_mutex> forwarding(m_checker.forwardingLock());
     ZR_HBBTV_Core::ZR_HbbtvImplInterface* const wrapper = admit("prepareCreateApplication");
     return wrapper != nullptr ? wrapper->prepareCreateApplication() : 0;
 }
 
 int CompletionWrapper::createApplication(int appId, const std::string& url, const std::string& extra)
 {
+    const std::shared_lock<std::shared_mutex> forwarding(m_checker.forwardingLock());
     ZR_HBBTV_Core::ZR_HbbtvImplInterface* const wrapper = admit("createApplication");
     return wrapper != nullptr ? wrapper->createApplication(appId, url, extra) : 0;
 }
 
 void CompletionWrapper::closeUserCreatedApps()
 {
+    const std::shared_lock<std::shared_mutex> forwarding(m_checker.forwardingLock());
     ZR_HBBTV_Core::ZR_HbbtvImplInterface* const wrapper = admit("closeUserCreatedApps");
     if (wrapper != nullptr) {
         wrapper->closeUserCreatedApps();
@@ -98,6 +113,7 @@ void CompletionWrapper::closeUserCreatedApps()
 
 void CompletionWrapper::notifyBroadbandAccessAvailable(bool available)
 {
+    const std::shared_lock<std::shared_mutex> forwarding(m_checker.forwardingLock());
     ZR_HBBTV_Core::ZR_HbbtvImplInterface* const wrapper = admit("notifyBroadbandAccessAvailable");
     if (wrapper != nullptr) {
         wrapper->notifyBroadbandAccessAvailable(available);
@@ -106,6 +122,7 @@ void CompletionWrapper::notifyBroadbandAccessAvailable(bool available)
 
 void CompletionWrapper::notifyStreamEvent(const std::string& a, const std::string& b, const std::string& c, const std::string& d)
 {
+    const std::shared_lock<std::shared_mutex> forwarding(m_checker.forwardingLock());
     ZR_HBBTV_Core::ZR_HbbtvImplInterface* const wrapper = admit("notifyStreamEvent");
     if (wrapper != nullptr) {
         wrapper->notifyStreamEvent(a, b, c, d);
@@ -114,6 +131,7 @@ void CompletionWrapper::notifyStreamEvent(const std::string& a, const std::strin
 
 void CompletionWrapper::setCookiesEnabledAttribute(bool enabled)
 {
+    const std::shared_lock<std::shared_mutex> forwarding(m_checker.forwardingLock());
     ZR_HBBTV_Core::ZR_HbbtvImplInterface* const wrapper = admit("setCookiesEnabledAttribute");
     if (wrapper != nullptr) {
         wrapper->setCookiesEnabledAttribute(enabled);
@@ -122,6 +140,7 @@ void CompletionWrapper::setCookiesEnabledAttribute(bool enabled)
 
 void CompletionWrapper::sendCookiesEnabledAttribute()
 {
+    const std::shared_lock<std::shared_mutex> forwarding(m_checker.forwardingLock());
     ZR_HBBTV_Core::ZR_HbbtvImplInterface* const wrapper = admit("sendCookiesEnabledAttribute");
     if (wrapper != nullptr) {
         wrapper->sendCookiesEnabledAttribute();
@@ -130,12 +149,14 @@ void CompletionWrapper::sendCookiesEnabledAttribute()
 
 bool CompletionWrapper::isBrowserReady()
 {
+    const std::shared_lock<std::shared_mutex> forwarding(m_checker.forwardingLock());
     ZR_HBBTV_Core::ZR_HbbtvImplInterface* const wrapper = admit("isBrowserReady");
     return wrapper != nullptr ? wrapper->isBrowserReady() : false;
 }
 
 void CompletionWrapper::notifyTimezoneChanged(const char* timezone)
 {
+    const std::shared_lock<std::shared_mutex> forwarding(m_checker.forwardingLock());
     ZR_HBBTV_Core::ZR_HbbtvImplInterface* const wrapper = admit("notifyTimezoneChanged");
     if (wrapper != nullptr) {
         wrapper->notifyTimezoneChanged(timezone);
@@ -144,6 +165,7 @@ void CompletionWrapper::notifyTimezoneChanged(const char* timezone)
 
 void CompletionWrapper::notifyLocaleChanged(const char* locale)
 {
+    const std::shared_lock<std::shared_mutex> forwarding(m_checker.forwardingLock());
     ZR_HBBTV_Core::ZR_HbbtvImplInterface* const wrapper = admit("notifyLocaleChanged");
     if (wrapper != nullptr) {
         wrapper->notifyLocaleChanged(locale);
@@ -152,6 +174,7 @@ void CompletionWrapper::notifyLocaleChanged(const char* locale)
 
 void CompletionWrapper::notifyParentalRatingChange(unsigned short a, unsigned short b, unsigned short c, int d)
 {
+    const std::shared_lock<std::shared_mutex> forwarding(m_checker.forwardingLock());
     ZR_HBBTV_Core::ZR_HbbtvImplInterface* const wrapper = admit("notifyParentalRatingChange");
     if (wrapper != nullptr) {
         wrapper->notifyParentalRatingChange(a, b, c, d);
@@ -160,6 +183,7 @@ void CompletionWrapper::notifyParentalRatingChange(unsigned short a, unsigned sh
 
 void CompletionWrapper::notifyProgrammeChanged(unsigned short a, unsigned short b, unsigned short c)
 {
+    const std::shared_lock<std::shared_mutex> forwarding(m_checker.forwardingLock());
     ZR_HBBTV_Core::ZR_HbbtvImplInterface* const wrapper = admit("notifyProgrammeChanged");
     if (wrapper != nullptr) {
         wrapper->notifyProgrammeChanged(a, b, c);
@@ -168,6 +192,7 @@ void CompletionWrapper::notifyProgrammeChanged(unsigned short a, unsigned short 
 
 void CompletionWrapper::SetHbbTVRunningStatus(bool running)
 {
+    const std::shared_lock<std::shared_mutex> forwarding(m_checker.forwardingLock());
     ZR_HBBTV_Core::ZR_HbbtvImplInterface* const wrapper = admit("SetHbbTVRunningStatus");
     if (wrapper != nullptr) {
         wrapper->SetHbbTVRunningStatus(running);
@@ -176,18 +201,21 @@ void CompletionWrapper::SetHbbTVRunningStatus(bool running)
 
 bool CompletionWrapper::isAppAlive(int appId)
 {
+    const std::shared_lock<std::shared_mutex> forwarding(m_checker.forwardingLock());
     ZR_HBBTV_Core::ZR_HbbtvImplInterface* const wrapper = admit("isAppAlive");
     return wrapper != nullptr ? wrapper->isAppAlive(appId) : false;
 }
 
 const char* CompletionWrapper::setupEnvVar(const char* name, const char* value)
 {
+    const std::shared_lock<std::shared_mutex> forwarding(m_checker.forwardingLock());
     ZR_HBBTV_Core::ZR_HbbtvImplInterface* const wrapper = admit("setupEnvVar");
     return wrapper != nullptr ? wrapper->setupEnvVar(name, value) : nullptr;
 }
 
 void CompletionWrapper::unsetEnvVar(const char* name)
 {
+    const std::shared_lock<std::shared_mutex> forwarding(m_checker.forwardingLock());
     ZR_HBBTV_Core::ZR_HbbtvImplInterface* const wrapper = admit("unsetEnvVar");
     if (wrapper != nullptr) {
         wrapper->unsetEnvVar(name);
@@ -196,6 +224,7 @@ void CompletionWrapper::unsetEnvVar(const char* name)
 
 void CompletionWrapper::killCurrentApp()
 {
+    const std::shared_lock<std::shared_mutex> forwarding(m_checker.forwardingLock());
     ZR_HBBTV_Core::ZR_HbbtvImplInterface* const wrapper = admit("killCurrentApp");
     if (wrapper != nullptr) {
         wrapper->killCurrentApp();
@@ -204,6 +233,7 @@ void CompletionWrapper::killCurrentApp()
 
 void CompletionWrapper::notifyChannelListChanged()
 {
+    const std::shared_lock<std::shared_mutex> forwarding(m_checker.forwardingLock());
     ZR_HBBTV_Core::ZR_HbbtvImplInterface* const wrapper = admit("notifyChannelListChanged");
     if (wrapper != nullptr) {
         wrapper->notifyChannelListChanged();
@@ -212,6 +242,7 @@ void CompletionWrapper::notifyChannelListChanged()
 
 void CompletionWrapper::selectMMAudioComponent(const HbbtvMultimediaComponentData& component)
 {
+    const std::shared_lock<std::shared_mutex> forwarding(m_checker.forwardingLock());
     ZR_HBBTV_Core::ZR_HbbtvImplInterface* const wrapper = admit("selectMMAudioComponent");
     if (wrapper != nullptr) {
         wrapper->selectMMAudioComponent(component);
@@ -220,6 +251,7 @@ void CompletionWrapper::selectMMAudioComponent(const HbbtvMultimediaComponentDat
 
 void CompletionWrapper::selectMMSubtitleComponent(const HbbtvMultimediaComponentData& component)
 {
+    const std::shared_lock<std::shared_mutex> forwarding(m_checker.forwardingLock());
     ZR_HBBTV_Core::ZR_HbbtvImplInterface* const wrapper = admit("selectMMSubtitleComponent");
     if (wrapper != nullptr) {
         wrapper->selectMMSubtitleComponent(component);
@@ -228,6 +260,7 @@ void CompletionWrapper::selectMMSubtitleComponent(const HbbtvMultimediaComponent
 
 void CompletionWrapper::forceReleaseMMResource()
 {
+    const std::shared_lock<std::shared_mutex> forwarding(m_checker.forwardingLock());
     ZR_HBBTV_Core::ZR_HbbtvImplInterface* const wrapper = admit("forceReleaseMMResource");
     if (wrapper != nullptr) {
         wrapper->forceReleaseMMResource();
@@ -236,6 +269,7 @@ void CompletionWrapper::forceReleaseMMResource()
 
 void CompletionWrapper::notifySignalLost()
 {
+    const std::shared_lock<std::shared_mutex> forwarding(m_checker.forwardingLock());
     ZR_HBBTV_Core::ZR_HbbtvImplInterface* const wrapper = admit("notifySignalLost");
     if (wrapper != nullptr) {
         wrapper->notifySignalLost();
@@ -244,6 +278,7 @@ void CompletionWrapper::notifySignalLost()
 
 void CompletionWrapper::notifyTunerPlundered()
 {
+    const std::shared_lock<std::shared_mutex> forwarding(m_checker.forwardingLock());
     ZR_HBBTV_Core::ZR_HbbtvImplInterface* const wrapper = admit("notifyTunerPlundered");
     if (wrapper != nullptr) {
         wrapper->notifyTunerPlundered();

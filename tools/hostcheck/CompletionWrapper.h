@@ -1,6 +1,7 @@
 // The wrapper the host plugin is given: completions go to the checker, every other operation on
 // to the library's wrapper. Each call is admitted by the checker first, which records calls that
-// come after deinit and then refuses them (false, 0, null).
+// come after deinit and then refuses them (false, 0, null); a call under way holds the checker's
+// forwarding lock, so that deinit waits for it.
 #ifndef HBBTV_HOST_CHECK_COMPLETION_WRAPPER_H
 #define HBBTV_HOST_CHECK_COMPLETION_WRAPPER_H
 

@@ -265,9 +265,9 @@ int main(int argc, char** argv)
     }
     ZR_HBBTV_Core::ZR_HbbtvImplInterface* const wrapper = create();
     checker.setHost(host);
-    checker.setLibraryWrapper(wrapper);
     checker.setOperation("start-up");
     wrapper->init(&checker);
+    checker.setLibraryWrapper(wrapper);
 
     hbbtv_sim::SimulatedBrowser browser;
     if (!browser.publish() || !wrapper->launchBrowser() || !browser.registerClients()) {
