@@ -77,8 +77,8 @@ struct CheckingHost::Pending {
     Clock::time_point deadline;
 };
 
-CheckingHost::CheckingHost(unsigned int budgetMs)
-    : m_budgetMs(budgetMs), m_completionWrapper(new CompletionWrapper(*this)), m_watchdog(&CheckingHost::watch, this)
+CheckingHost::CheckingHost(unsigned int budgetMs, unsigned int callbackLimitMs)
+    : m_budgetMs(budgetMs), m_callbackLimitMs(callbackLimitMs), m_completionWrapper(new CompletionWrapper(*this)), m_watchdog(&CheckingHost::watch, this)
 {
 }
 
@@ -160,11 +160,11 @@ template <typename Call> void CheckingHost::timed(const char* name, Call call)
     CallbackRecord record;
     record.name = name;
     record.ms = ms;
-    if (ms > kCallbackLimitMs) {
+    if (ms > m_callbackLimitMs) {
         record.findings.push_back(Finding{rule::kSlowCallback,
             format("%s returned after %.1f ms: synchronous callbacks must return within %.0f ms (hand longer work to "
                    "a thread of the host's own)",
-                name, ms, kCallbackLimitMs)});
+                name, ms, m_callbackLimitMs)});
     }
     std::lock_guard<std::mutex> lock(m_mutex);
     record.operation = m_operation;
@@ -309,12 +309,12 @@ void CheckingHost::HBBTV_ServiceRequestHandler(void* payloadPointer, void* answe
     const Clock::time_point begin = Clock::now();
     host->HBBTV_ServiceRequestHandler(payloadForHost, answerForHost);
     const double ms = millisecondsBetween(begin, Clock::now());
-    if (ms > kCallbackLimitMs) {
+    if (ms > m_callbackLimitMs) {
         std::lock_guard<std::mutex> lock(m_mutex);
         r.record.findings.push_back(Finding{rule::kSlowCallback,
             format("HBBTV_ServiceRequestHandler returned after %.1f ms: take the request and return within %.0f ms, "
                    "answer it from a thread of the host's own",
-                ms, kCallbackLimitMs)});
+                ms, m_callbackLimitMs)});
     }
 }
 

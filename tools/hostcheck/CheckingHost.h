@@ -26,8 +26,8 @@ namespace hbbtv_hostcheck {
 
 class CompletionWrapper;
 
-// A synchronous callback must return within this.
-const double kCallbackLimitMs = 50.0;
+// A synchronous callback must return within this, unless the checker is told otherwise.
+const unsigned int kCallbackLimitMs = 50;
 
 // One backend request as the checker saw it.
 struct RequestRecord {
@@ -52,8 +52,9 @@ struct CallbackRecord {
 
 class CheckingHost : public Hbbtv_TVServer {
 public:
-    // budgetMs: the budget of every request; 0 keeps each payload's own timeoutMs.
-    explicit CheckingHost(unsigned int budgetMs);
+    // budgetMs: the budget of every request; 0 keeps each payload's own timeoutMs. callbackLimitMs:
+    // how long a synchronous callback may take.
+    CheckingHost(unsigned int budgetMs, unsigned int callbackLimitMs = kCallbackLimitMs);
     // Stops the watchdog; the host must be gone (or never call again).
     ~CheckingHost();
     CheckingHost(const CheckingHost&) = delete;
@@ -111,6 +112,7 @@ private:
     void watch();
 
     const unsigned int m_budgetMs;
+    const double m_callbackLimitMs;
     std::unique_ptr<CompletionWrapper> m_completionWrapper;
     Hbbtv_TVServer* m_host = nullptr;
     ZR_HBBTV_Core::ZR_HbbtvImplInterface* m_libraryWrapper = nullptr;

@@ -41,6 +41,7 @@ struct Options {
     std::vector<std::string> only;
     unsigned int repeat = 1;
     unsigned int budgetMs = 0;
+    unsigned int callbackLimitMs = kCallbackLimitMs;
     std::string jsonFile;
 };
 
@@ -64,9 +65,10 @@ void usage(FILE* out)
         "  --only OPS        comma-separated operations to run (--list shows them); default: all\n"
         "  --repeat N        run the operations N times, to catch intermittent faults (default 1)\n"
         "  --budget-ms N     every request's budget (timeoutMs as the host sees it); default: the library's\n"
+        "  --callback-limit-ms N  how long a synchronous callback may take (default %u; more under an emulator)\n"
         "  --json FILE       write the report as JSON too\n"
         "  --library PATH    the library to check against (default: %s)\n",
-        kHbbtvHostCheckEntryPoint, HBBTV_GLUE_LIBRARY);
+        kHbbtvHostCheckEntryPoint, kCallbackLimitMs, HBBTV_GLUE_LIBRARY);
 }
 
 bool parseNumber(const char* text, unsigned long lowest, unsigned long highest, unsigned int& value)
@@ -125,6 +127,7 @@ int parseOptions(int argc, char** argv, Options& options)
         { "only", required_argument, nullptr, 'o' },
         { "repeat", required_argument, nullptr, 'r' },
         { "budget-ms", required_argument, nullptr, 'b' },
+        { "callback-limit-ms", required_argument, nullptr, 'c' },
         { "json", required_argument, nullptr, 'j' },
         { "library", required_argument, nullptr, 'l' },
         { "list", no_argument, nullptr, 'L' },
@@ -158,6 +161,12 @@ int parseOptions(int argc, char** argv, Options& options)
         case 'b':
             if (!parseNumber(optarg, 1, 600000, options.budgetMs)) {
                 fprintf(stderr, "hbbtv-host-check: --budget-ms wants milliseconds from 1 to 600000\n");
+                return 2;
+            }
+            break;
+        case 'c':
+            if (!parseNumber(optarg, 1, 600000, options.callbackLimitMs)) {
+                fprintf(stderr, "hbbtv-host-check: --callback-limit-ms wants milliseconds from 1 to 600000\n");
                 return 2;
             }
             break;
@@ -256,7 +265,7 @@ int main(int argc, char** argv)
                               : "each payload's own timeoutMs",
         options.repeat, options.repeat == 1 ? "" : "s");
 
-    CheckingHost checker(options.budgetMs);
+    CheckingHost checker(options.budgetMs, options.callbackLimitMs);
     HbbtvHostCheckContext context = { checker.completionWrapper(), logFromHost, options.hostArgument.c_str(),
         nullptr };
     Hbbtv_TVServer* const host = createHost(&context);
@@ -312,6 +321,7 @@ int main(int argc, char** argv)
         json["host"] = options.host;
         json["hostArgument"] = options.hostArgument;
         json["budgetMs"] = options.budgetMs;
+        json["callbackLimitMs"] = options.callbackLimitMs;
         json["repeat"] = options.repeat;
         std::ofstream out(options.jsonFile);
         out << json.dump(2) << "\n";

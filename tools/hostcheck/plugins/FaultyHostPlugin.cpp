@@ -9,7 +9,7 @@
 //   unterminated   writes the country as 256 letters without a NUL
 //   enumeration    gives the current channel the identifier type 42
 //   overflow       writes the parental threshold's answer 4 bytes past the answer record
-//   slow-callback  takes 80 ms in HBBTV_CommandHandler
+//   slow-callback  takes 600 ms in HBBTV_CommandHandler
 //   after-deinit   keeps asking the wrapper isBrowserReady from a thread until it is destroyed
 //   none           no fault
 #include <atomic>
@@ -30,7 +30,7 @@ using hbbtv_sim::SimulatedHost;
 const unsigned int kLateByMs = 50;
 const int kTooManyAudioComponents = HbbtvAVComponentInfo::kAVEntries + 1;
 const uint32_t kUnknownIDType = 42;
-const std::chrono::milliseconds kSlowCallback(80);
+const std::chrono::milliseconds kSlowCallback(600);
 const std::chrono::milliseconds kPollInterval(10);
 
 class FaultyHost final : public SimulatedHost {
