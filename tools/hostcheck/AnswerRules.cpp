@@ -42,7 +42,7 @@ template <typename... Args> std::string format(const char* pattern, Args... args
 
 void add(Findings& out, const char* name, const std::string& text)
 {
-    out.push_back(Finding{name, text});
+    out.push_back(Finding { name, text });
 }
 
 void checkText(const HbbtvRecordString& text, const std::string& field, Findings& out)
@@ -115,8 +115,8 @@ void checkComponents(int type, const HbbtvAVComponentInfo& info, Findings& out)
         return;
     }
     const char* const kind = type == 1 ? "audio" : "subtitle";
-    const int32_t capacity = static_cast<int32_t>(
-        type == 1 ? HbbtvAVComponentInfo::kAVEntries : HbbtvAVComponentInfo::kSubtitleEntries);
+    const int32_t capacity
+        = static_cast<int32_t>(type == 1 ? HbbtvAVComponentInfo::kAVEntries : HbbtvAVComponentInfo::kSubtitleEntries);
     if (type != 1 && type != 2) {
         if (count != 0) {
             add(out, rule::kCount,
@@ -133,10 +133,9 @@ void checkComponents(int type, const HbbtvAVComponentInfo& info, Findings& out)
         return;
     }
     for (int32_t k = 0; k < count; ++k) {
-        const HbbtvRecordString& language
-            = type == 1 ? info.avEntries[k].language : info.subtitleEntries[k].language;
-        checkText(language, format("avComponentInfo.%s[%d].language", type == 1 ? "avEntries" : "subtitleEntries", k),
-            out);
+        const HbbtvRecordString& language = type == 1 ? info.avEntries[k].language : info.subtitleEntries[k].language;
+        checkText(
+            language, format("avComponentInfo.%s[%d].language", type == 1 ? "avEntries" : "subtitleEntries", k), out);
     }
 }
 
@@ -176,8 +175,8 @@ std::string payloadFieldAt(int command, size_t offset)
     return "bytes past the record";
 }
 
-void checkPayloadUnchanged(int command, const unsigned char* handedOver, const unsigned char* now, size_t size,
-                           Findings& out)
+void checkPayloadUnchanged(
+    int command, const unsigned char* handedOver, const unsigned char* now, size_t size, Findings& out)
 {
     for (size_t i = 0; i < size; ++i) {
         if (handedOver[i] != now[i]) {
@@ -218,8 +217,7 @@ void checkAnswer(const HbbtvCommandPayload& request, const HbbtvServiceRequestAn
         break;
     case TunerCommand_GetCurrentChannelInfo: {
         const auto& info = static_cast<const HbbtvServiceRequestChannelInfoAnswer&>(answer).channelInfo;
-        checkRange(static_cast<int32_t>(info.idType), 0, kLastHostIDType, "channelInfo.idType", "an HbbtvIDType",
-            out);
+        checkRange(static_cast<int32_t>(info.idType), 0, kLastHostIDType, "channelInfo.idType", "an HbbtvIDType", out);
         checkText(info.name, "channelInfo.name", out);
         break;
     }
@@ -232,8 +230,8 @@ void checkAnswer(const HbbtvCommandPayload& request, const HbbtvServiceRequestAn
         break;
     }
     case TunerCommand_GetAVInfo:
-        checkComponents(request.param2, static_cast<const HbbtvServiceRequestAVInfoAnswer&>(answer).avComponentInfo,
-            out);
+        checkComponents(
+            request.param2, static_cast<const HbbtvServiceRequestAVInfoAnswer&>(answer).avComponentInfo, out);
         break;
     case ConfigCommand_GetCountryID:
         checkIdentifier(answer.strValue1, "strValue1 (country)", "an ISO 3166 country code", out);
@@ -260,8 +258,9 @@ void checkAnswer(const HbbtvCommandPayload& request, const HbbtvServiceRequestAn
         break;
     case DSMCC_DVBURL_GetFile:
         if (answer.strValue1.c_str()[0] == '\0') {
-            add(out, rule::kValid, "strValue1 (mount point) is empty in a valid mount answer: give the mount point, "
-                                   "or refuse with valid 0 and the refused word set");
+            add(out, rule::kValid,
+                "strValue1 (mount point) is empty in a valid mount answer: give the mount point, "
+                "or refuse with valid 0 and the refused word set");
         }
         break;
     default:
@@ -338,15 +337,15 @@ void checkSchedule(const std::vector<HbbtvEPGInformation>& schedule, Findings& o
     for (size_t i = 0; i < schedule.size(); ++i) {
         if (schedule[i].parentalRating > kHighestRating) {
             add(out, rule::kEnumeration,
-                format("schedule programme %zu: parentalRating is %u: not an age (0-%d)", i,
-                    schedule[i].parentalRating, kHighestRating));
+                format("schedule programme %zu: parentalRating is %u: not an age (0-%d)", i, schedule[i].parentalRating,
+                    kHighestRating));
             return;
         }
     }
 }
 
-void checkDescriptors(const std::vector<std::vector<unsigned char>>& descriptors, int tag, int extensionTag,
-                      Findings& out)
+void checkDescriptors(
+    const std::vector<std::vector<unsigned char>>& descriptors, int tag, int extensionTag, Findings& out)
 {
     const int kExtension = 0x7F;
     for (size_t i = 0; i < descriptors.size(); ++i) {

@@ -46,8 +46,8 @@ std::string commandLabel(int command);
 std::string payloadFieldAt(int command, size_t offset);
 
 // The payload as handed over against the payload now: the host must not write it.
-void checkPayloadUnchanged(int command, const unsigned char* handedOver, const unsigned char* now, size_t size,
-                           Findings& out);
+void checkPayloadUnchanged(
+    int command, const unsigned char* handedOver, const unsigned char* now, size_t size, Findings& out);
 
 // The answer record of a request; request is the payload as it was handed over.
 void checkAnswer(const HbbtvCommandPayload& request, const HbbtvServiceRequestAnswer& answer, Findings& out);
@@ -66,8 +66,8 @@ void checkLineupPool(const unsigned char* pool, size_t regionBytes, const PoolHa
 void checkSchedule(const std::vector<HbbtvEPGInformation>& schedule, Findings& out);
 
 // The descriptors the host appended for the requested tag (and extension tag).
-void checkDescriptors(const std::vector<std::vector<unsigned char>>& descriptors, int tag, int extensionTag,
-                      Findings& out);
+void checkDescriptors(
+    const std::vector<std::vector<unsigned char>>& descriptors, int tag, int extensionTag, Findings& out);
 
 } // namespace hbbtv_hostcheck
 

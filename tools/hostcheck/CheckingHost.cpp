@@ -78,7 +78,10 @@ struct CheckingHost::Pending {
 };
 
 CheckingHost::CheckingHost(unsigned int budgetMs, unsigned int callbackLimitMs)
-    : m_budgetMs(budgetMs), m_callbackLimitMs(callbackLimitMs), m_completionWrapper(new CompletionWrapper(*this)), m_watchdog(&CheckingHost::watch, this)
+    : m_budgetMs(budgetMs)
+    , m_callbackLimitMs(callbackLimitMs)
+    , m_completionWrapper(new CompletionWrapper(*this))
+    , m_watchdog(&CheckingHost::watch, this)
 {
 }
 
@@ -140,7 +143,7 @@ ZR_HBBTV_Core::ZR_HbbtvImplInterface* CheckingHost::admit(const char* operation)
             return nullptr;
         }
     }
-    m_afterDeinit.push_back(Finding{rule::kAfterDeinit, text});
+    m_afterDeinit.push_back(Finding { rule::kAfterDeinit, text });
     return nullptr;
 }
 
@@ -161,10 +164,10 @@ template <typename Call> void CheckingHost::timed(const char* name, Call call)
     record.name = name;
     record.ms = ms;
     if (ms > m_callbackLimitMs) {
-        record.findings.push_back(Finding{rule::kSlowCallback,
+        record.findings.push_back(Finding { rule::kSlowCallback,
             format("%s returned after %.1f ms: synchronous callbacks must return within %.0f ms (hand longer work to "
                    "a thread of the host's own)",
-                name, ms, m_callbackLimitMs)});
+                name, ms, m_callbackLimitMs) });
     }
     std::lock_guard<std::mutex> lock(m_mutex);
     record.operation = m_operation;
@@ -206,7 +209,8 @@ void CheckingHost::HBBTV_DelegateAction(void (*action)(void*), void* argument)
 
 void CheckingHost::HBBTV_ReportIsAnyAppRunning(bool running)
 {
-    timed("HBBTV_ReportIsAnyAppRunning", [running](Hbbtv_TVServer& host) { host.HBBTV_ReportIsAnyAppRunning(running); });
+    timed(
+        "HBBTV_ReportIsAnyAppRunning", [running](Hbbtv_TVServer& host) { host.HBBTV_ReportIsAnyAppRunning(running); });
 }
 
 void CheckingHost::HBBTV_NotifyMultimediaAudioComponentDataChanged(
@@ -245,8 +249,8 @@ void CheckingHost::HBBTV_ServiceRequestHandler(void* payloadPointer, void* answe
     r.payload.reset(new GuardedBlock(payloadBytes));
     r.answer.reset(new GuardedBlock(answerBytes));
     if (r.payload->data() == nullptr || r.answer->data() == nullptr) {
-        fprintf(stderr, "hbbtv-host-check: no memory below 4 GiB for the records of %s\n",
-            commandLabel(command).c_str());
+        fprintf(
+            stderr, "hbbtv-host-check: no memory below 4 GiB for the records of %s\n", commandLabel(command).c_str());
         return; // the library's request runs out of its own budget
     }
     memcpy(r.payload->data(), r.libraryPayload, payloadBytes);
@@ -267,16 +271,16 @@ void CheckingHost::HBBTV_ServiceRequestHandler(void* payloadPointer, void* answe
                 header.entriesAddress = r.pool->wireAddress() + sizeof(HbbtvChannelListPool);
                 header.stringsAddress = header.entriesAddress + areaSize / 2;
                 memcpy(r.pool->data(), &header, sizeof(header));
-                r.poolWords = PoolHandedOver{areaSize, header.entriesAddress, header.stringsAddress,
-                    r.pool->wireAddress()};
+                r.poolWords
+                    = PoolHandedOver { areaSize, header.entriesAddress, header.stringsAddress, r.pool->wireAddress() };
                 lineup.poolAddress = r.pool->wireAddress();
             }
         }
     }
     if (hasResultVector(command) && copy.resultAddress != 0) {
         r.libraryResult = hbbtv_sim::fromHostWireAddress(copy.resultAddress);
-        r.result.reset(new GuardedBlock(command == ProgrammeCommand_GetAllProgrammeInfo ? sizeof(Schedule)
-                                                                                          : sizeof(Descriptors)));
+        r.result.reset(
+            new GuardedBlock(command == ProgrammeCommand_GetAllProgrammeInfo ? sizeof(Schedule) : sizeof(Descriptors)));
         if (r.result->data() != nullptr) {
             if (command == ProgrammeCommand_GetAllProgrammeInfo) {
                 new (r.result->data()) Schedule();
@@ -311,17 +315,18 @@ void CheckingHost::HBBTV_ServiceRequestHandler(void* payloadPointer, void* answe
     const double ms = millisecondsBetween(begin, Clock::now());
     if (ms > m_callbackLimitMs) {
         std::lock_guard<std::mutex> lock(m_mutex);
-        r.record.findings.push_back(Finding{rule::kSlowCallback,
+        r.record.findings.push_back(Finding { rule::kSlowCallback,
             format("HBBTV_ServiceRequestHandler returned after %.1f ms: take the request and return within %.0f ms, "
                    "answer it from a thread of the host's own",
-                ms, m_callbackLimitMs)});
+                ms, m_callbackLimitMs) });
     }
 }
 
 CheckingHost::Pending* CheckingHost::find(const HbbtvCommandPayload* payload)
 {
     for (const std::unique_ptr<Pending>& request : m_requests) {
-        if (request->payload != nullptr && request->payload->data() == reinterpret_cast<const unsigned char*>(payload)) {
+        if (request->payload != nullptr
+            && request->payload->data() == reinterpret_cast<const unsigned char*>(payload)) {
             return request.get();
         }
     }
@@ -347,10 +352,10 @@ void CheckingHost::requestFinished(HbbtvCommandPayload* payload)
         RequestRecord stray;
         stray.operation = m_operation;
         stray.completions = 1;
-        stray.findings.push_back(Finding{rule::kWrongPayload,
+        stray.findings.push_back(Finding { rule::kWrongPayload,
             format("completion reported with payload %p (ticket %u), which is no request handed over: pass back the "
                    "pointer given to HBBTV_ServiceRequestHandler",
-                static_cast<void*>(payload), payload != nullptr ? payload->ticket : 0u)});
+                static_cast<void*>(payload), payload != nullptr ? payload->ticket : 0u) });
         std::unique_ptr<Pending> entry(new Pending());
         entry->record = stray;
         entry->state = Pending::Completed;
@@ -365,19 +370,19 @@ void CheckingHost::requestFinished(HbbtvCommandPayload* payload)
     case Pending::Completing:
     case Pending::Completed:
         if (r.record.completions == 2) {
-            r.record.findings.push_back(Finding{rule::kTwice,
+            r.record.findings.push_back(Finding { rule::kTwice,
                 format("completion reported a second time, %.1f ms after hand-over: report each request finished "
                        "exactly once",
-                    ms)});
+                    ms) });
         }
         return;
     case Pending::GivenUp:
         if (r.record.completions == 1) {
             r.record.answerMs = ms;
-            r.record.findings.push_back(Finding{rule::kLate,
+            r.record.findings.push_back(Finding { rule::kLate,
                 format("completion reported %.1f ms after hand-over, past the budget of %u ms in timeoutMs: the "
                        "requester had given up; answer within timeoutMs",
-                    ms, r.record.budgetMs)});
+                    ms, r.record.budgetMs) });
         }
         m_changed.notify_all();
         return;
@@ -397,27 +402,27 @@ void CheckingHost::complete(Pending& r, bool samePointer)
     Findings findings;
     const int command = r.record.command;
     if (!samePointer) {
-        findings.push_back(Finding{rule::kWrongPayload,
+        findings.push_back(Finding { rule::kWrongPayload,
             "completion reported with a payload other than the one handed over (same ticket, another pointer): pass "
-            "back the pointer given to HBBTV_ServiceRequestHandler"});
+            "back the pointer given to HBBTV_ServiceRequestHandler" });
     }
     const struct {
         const GuardedBlock* block;
         const char* what;
-    } blocks[] = { { r.payload.get(), "payload" }, { r.answer.get(), "answer record" }, { r.pool.get(), "channel-list pool" },
-        { r.result.get(), "result vector object" } };
+    } blocks[] = { { r.payload.get(), "payload" }, { r.answer.get(), "answer record" },
+        { r.pool.get(), "channel-list pool" }, { r.result.get(), "result vector object" } };
     bool guardsIntact = true;
     for (const auto& entry : blocks) {
         long at = 0;
         if (entry.block != nullptr && !entry.block->guardsIntact(at)) {
             guardsIntact = false;
-            findings.push_back(Finding{rule::kGuard,
+            findings.push_back(Finding { rule::kGuard,
                 at < 0 ? format("the host wrote %ld bytes before the %s (%zu bytes): write only inside the records "
                                 "handed over",
-                             -at, entry.what, entry.block->size())
+                    -at, entry.what, entry.block->size())
                        : format("the host wrote past the end of the %s: byte %ld of a %zu-byte record; write only "
                                 "inside the records handed over",
-                             entry.what, at, entry.block->size())});
+                           entry.what, at, entry.block->size()) });
         }
     }
     const unsigned char* const payloadNow = r.payload->data();
@@ -441,8 +446,8 @@ void CheckingHost::complete(Pending& r, bool samePointer)
         memcpy(static_cast<void*>(r.libraryAnswer), r.answer->data(), r.answer->size());
         if (r.pool != nullptr && r.libraryPool != nullptr) {
             const size_t entriesAt = sizeof(HbbtvChannelListPool);
-            memcpy(r.libraryPool + offsetof(HbbtvChannelListPool, count), r.pool->data()
-                + offsetof(HbbtvChannelListPool, count), sizeof(uint32_t));
+            memcpy(r.libraryPool + offsetof(HbbtvChannelListPool, count),
+                r.pool->data() + offsetof(HbbtvChannelListPool, count), sizeof(uint32_t));
             memcpy(r.libraryPool + entriesAt, r.pool->data() + entriesAt, r.pool->size() - entriesAt);
         }
         if (r.result != nullptr && r.libraryResult != nullptr) {
@@ -536,7 +541,8 @@ void CheckingHost::waitForLateCompletions(std::chrono::milliseconds limit)
     std::unique_lock<std::mutex> lock(m_mutex);
     m_changed.wait_for(lock, limit, [this] {
         for (const std::unique_ptr<Pending>& request : m_requests) {
-            if (request->state == Pending::Waiting || (request->state == Pending::GivenUp && request->record.completions == 0)) {
+            if (request->state == Pending::Waiting
+                || (request->state == Pending::GivenUp && request->record.completions == 0)) {
                 return false;
             }
         }
@@ -563,10 +569,11 @@ std::vector<RequestRecord> CheckingHost::requests() const
     for (const std::unique_ptr<Pending>& request : m_requests) {
         RequestRecord record = request->record;
         if (request->state == Pending::GivenUp && record.completions == 0) {
-            record.findings.insert(record.findings.begin(), Finding{rule::kNever,
-                format("no completion within the budget of %u ms in timeoutMs: report every request finished once, "
-                       "also when there is nothing to answer (valid 0)",
-                    record.budgetMs)});
+            record.findings.insert(record.findings.begin(),
+                Finding { rule::kNever,
+                    format("no completion within the budget of %u ms in timeoutMs: report every request finished once, "
+                           "also when there is nothing to answer (valid 0)",
+                        record.budgetMs) });
         }
         records.push_back(record);
     }

@@ -92,8 +92,8 @@ public:
     void HBBTV_NotifyUserAppCreated(int windowId, int appId) override;
     void HBBTV_DelegateAction(void (*action)(void*), void* argument) override;
     void HBBTV_ReportIsAnyAppRunning(bool running) override;
-    void HBBTV_NotifyMultimediaAudioComponentDataChanged(const std::vector<HbbtvMultimediaComponentData>& components,
-                                                         int value) override;
+    void HBBTV_NotifyMultimediaAudioComponentDataChanged(
+        const std::vector<HbbtvMultimediaComponentData>& components, int value) override;
     void HBBTV_NotifyMultimediaSubtitleComponentDataChanged(
         const std::vector<HbbtvMultimediaComponentData>& components, int value) override;
 

@@ -120,7 +120,8 @@ void CompletionWrapper::notifyBroadbandAccessAvailable(bool available)
     }
 }
 
-void CompletionWrapper::notifyStreamEvent(const std::string& a, const std::string& b, const std::string& c, const std::string& d)
+void CompletionWrapper::notifyStreamEvent(
+    const std::string& a, const std::string& b, const std::string& c, const std::string& d)
 {
     const std::shared_lock<std::shared_mutex> forwarding(m_checker.forwardingLock());
     ZR_HBBTV_Core::ZR_HbbtvImplInterface* const wrapper = admit("notifyStreamEvent");

@@ -13,7 +13,10 @@ class CheckingHost;
 
 class CompletionWrapper : public ZR_HBBTV_Core::ZR_HbbtvImplInterface {
 public:
-    explicit CompletionWrapper(CheckingHost& checker) : m_checker(checker) {}
+    explicit CompletionWrapper(CheckingHost& checker)
+        : m_checker(checker)
+    {
+    }
 
     void init(Hbbtv_TVServer* server) override;
     void deinit() override;
@@ -29,8 +32,8 @@ public:
     void closeUserCreatedApps() override;
     void notifyBroadbandAccessAvailable(bool available) override;
     void notifyHbbtvServiceRequestFinished(HbbtvCommandPayload* payload) override;
-    void notifyStreamEvent(const std::string& a, const std::string& b, const std::string& c,
-                           const std::string& d) override;
+    void notifyStreamEvent(
+        const std::string& a, const std::string& b, const std::string& c, const std::string& d) override;
     void setCookiesEnabledAttribute(bool enabled) override;
     void sendCookiesEnabledAttribute() override;
     bool isBrowserReady() override;

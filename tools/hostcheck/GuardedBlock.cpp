@@ -32,7 +32,8 @@ unsigned char* mapLow(size_t size)
 
 } // namespace
 
-GuardedBlock::GuardedBlock(size_t size) : m_size(size)
+GuardedBlock::GuardedBlock(size_t size)
+    : m_size(size)
 {
     const size_t page = static_cast<size_t>(sysconf(_SC_PAGESIZE));
     m_mappingSize = (size + 2 * kGuardBytes + page - 1) / page * page;

@@ -266,8 +266,7 @@ int main(int argc, char** argv)
         options.repeat, options.repeat == 1 ? "" : "s");
 
     CheckingHost checker(options.budgetMs, options.callbackLimitMs);
-    HbbtvHostCheckContext context = { checker.completionWrapper(), logFromHost, options.hostArgument.c_str(),
-        nullptr };
+    HbbtvHostCheckContext context = { checker.completionWrapper(), logFromHost, options.hostArgument.c_str(), nullptr };
     Hbbtv_TVServer* const host = createHost(&context);
     if (host == nullptr) {
         return fail(suffix, std::string("the plugin made no host (") + kHbbtvHostCheckEntryPoint + " returned null)");
@@ -290,7 +289,7 @@ int main(int argc, char** argv)
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
 
-    Television tv{checker, browser, wrapper};
+    Television tv { checker, browser, wrapper };
     for (unsigned int run = 0; run < options.repeat; ++run) {
         for (const std::string& name : selected) {
             checker.setOperation(name);

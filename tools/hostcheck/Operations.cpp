@@ -81,13 +81,13 @@ void siDescriptors(Television& tv)
 {
     const android::sp<ITVService> service = tv.browser.tvService();
     std::vector<std::vector<unsigned char>> found;
-    service->getSIDescriptors("crid://example.com/programme/1", NCOR::EIT::DESCRIPTOR_SHORT_EVENT,
-        NCOR::EIT::EXTENSION_IMAGE_ICON, found);
+    service->getSIDescriptors(
+        "crid://example.com/programme/1", NCOR::EIT::DESCRIPTOR_SHORT_EVENT, NCOR::EIT::EXTENSION_IMAGE_ICON, found);
     service->getSIDescriptors("crid://example.com/programme/1", NCOR::EIT::DESCRIPTOR_EXTENSION,
         NCOR::EIT::EXTENSION_SUPPLEMENTARY_AUDIO, found);
     // Longer than a record string holds: the host gets the first 254 characters.
-    service->getSIDescriptors(std::string(300, 'p'), NCOR::EIT::DESCRIPTOR_CONTENT, NCOR::EIT::EXTENSION_IMAGE_ICON,
-        found);
+    service->getSIDescriptors(
+        std::string(300, 'p'), NCOR::EIT::DESCRIPTOR_CONTENT, NCOR::EIT::EXTENSION_IMAGE_ICON, found);
 }
 
 void components(Television& tv)

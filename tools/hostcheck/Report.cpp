@@ -29,7 +29,7 @@ void count(OperationRow& row, bool failed)
 } // namespace
 
 Report buildReport(const std::vector<std::string>& operations, const std::vector<RequestRecord>& requests,
-                   const std::vector<CallbackRecord>& callbacks, const Findings& afterDeinit)
+    const std::vector<CallbackRecord>& callbacks, const Findings& afterDeinit)
 {
     Report report;
     for (const std::string& name : operations) {
@@ -53,7 +53,7 @@ Report buildReport(const std::vector<std::string>& operations, const std::vector
             ? commandLabel(request.command) + " (ticket " + std::to_string(request.ticket) + "): "
             : std::string();
         for (const Finding& finding : request.findings) {
-            row.findings.push_back(ReportedFinding{finding.rule, prefix + finding.text});
+            row.findings.push_back(ReportedFinding { finding.rule, prefix + finding.text });
         }
     }
     for (const CallbackRecord& callback : callbacks) {
@@ -61,13 +61,13 @@ Report buildReport(const std::vector<std::string>& operations, const std::vector
         count(row, !callback.findings.empty());
         timesFor(row).push_back(callback.ms);
         for (const Finding& finding : callback.findings) {
-            row.findings.push_back(ReportedFinding{finding.rule, finding.text});
+            row.findings.push_back(ReportedFinding { finding.rule, finding.text });
         }
     }
     OperationRow& teardown = rowFor(report.rows, kTeardown);
     count(teardown, !afterDeinit.empty());
     for (const Finding& finding : afterDeinit) {
-        teardown.findings.push_back(ReportedFinding{finding.rule, finding.text});
+        teardown.findings.push_back(ReportedFinding { finding.rule, finding.text });
     }
     for (size_t i = 0; i < report.rows.size(); ++i) {
         OperationRow& row = report.rows[i];

@@ -39,7 +39,7 @@ struct Report {
 // Rows for the operations in order (each row takes the requests and callbacks made while it ran),
 // then the teardown row (the host's calls after deinit).
 Report buildReport(const std::vector<std::string>& operations, const std::vector<RequestRecord>& requests,
-                   const std::vector<CallbackRecord>& callbacks, const Findings& afterDeinit);
+    const std::vector<CallbackRecord>& callbacks, const Findings& afterDeinit);
 
 void printReport(FILE* out, const Report& report);
 std::string verdictLine(const Report& report);

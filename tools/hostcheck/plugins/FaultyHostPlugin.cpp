@@ -36,52 +36,57 @@ const std::chrono::milliseconds kPollInterval(10);
 class FaultyHost final : public SimulatedHost {
 public:
     FaultyHost(ZR_HBBTV_Core::ZR_HbbtvImplInterface* wrapper, const std::string& fault)
-        : SimulatedHost(wrapper), m_fault(fault), m_wrapper(wrapper)
+        : SimulatedHost(wrapper)
+        , m_fault(fault)
+        , m_wrapper(wrapper)
     {
         hbbtv_hostcheck_plugins::setTelevisionAnswers(*this);
         if (fault == "late") {
             setDecider([](const HbbtvCommandPayload& request) {
-                return HostDecision{ HostDecision::Answer, request.timeoutMs + kLateByMs };
+                return HostDecision { HostDecision::Answer, request.timeoutMs + kLateByMs };
             });
         } else if (fault == "twice") {
-            setDecision(HostDecision{ HostDecision::AnswerTwice, 0 });
+            setDecision(HostDecision { HostDecision::AnswerTwice, 0 });
         } else if (fault == "never") {
-            setDecision(HostDecision{ HostDecision::Never, 0 });
+            setDecision(HostDecision { HostDecision::Never, 0 });
         } else if (fault == "wrong-payload") {
             setCompletionSink([wrapper](HbbtvCommandPayload* payload) {
-                alignas(HbbtvCommandPayloadWithChannelIDInfo) unsigned char copy[sizeof(HbbtvCommandPayloadWithChannelIDInfo)];
+                alignas(HbbtvCommandPayloadWithChannelIDInfo) unsigned char
+                    copy[sizeof(HbbtvCommandPayloadWithChannelIDInfo)];
                 memcpy(copy, payload, hbbtv_sim::payloadRecordSize(payload->command));
                 wrapper->notifyHbbtvServiceRequestFinished(reinterpret_cast<HbbtvCommandPayload*>(copy));
             });
         } else if (fault == "count") {
-            setAnswerWriterFor(TunerCommand_GetAVInfo, [](const HbbtvCommandPayload& request,
-                                                           HbbtvServiceRequestAnswer& answer) {
-                auto& info = static_cast<HbbtvServiceRequestAVInfoAnswer&>(answer).avComponentInfo;
-                info.count = request.param2 == 1 ? kTooManyAudioComponents : 0;
-                answer.valid = 1;
-            });
+            setAnswerWriterFor(
+                TunerCommand_GetAVInfo, [](const HbbtvCommandPayload& request, HbbtvServiceRequestAnswer& answer) {
+                    auto& info = static_cast<HbbtvServiceRequestAVInfoAnswer&>(answer).avComponentInfo;
+                    info.count = request.param2 == 1 ? kTooManyAudioComponents : 0;
+                    answer.valid = 1;
+                });
         } else if (fault == "unterminated") {
-            setAnswerWriterFor(ConfigCommand_GetCountryID, [](const HbbtvCommandPayload&, HbbtvServiceRequestAnswer& answer) {
-                memset(static_cast<void*>(&answer.strValue1), 'D', HbbtvRecordString::kCapacity);
-                answer.valid = 1;
-            });
+            setAnswerWriterFor(
+                ConfigCommand_GetCountryID, [](const HbbtvCommandPayload&, HbbtvServiceRequestAnswer& answer) {
+                    memset(static_cast<void*>(&answer.strValue1), 'D', HbbtvRecordString::kCapacity);
+                    answer.valid = 1;
+                });
         } else if (fault == "enumeration") {
-            setAnswerWriterFor(TunerCommand_GetCurrentChannelInfo,
-                [](const HbbtvCommandPayload&, HbbtvServiceRequestAnswer& answer) {
+            setAnswerWriterFor(
+                TunerCommand_GetCurrentChannelInfo, [](const HbbtvCommandPayload&, HbbtvServiceRequestAnswer& answer) {
                     auto& info = static_cast<HbbtvServiceRequestChannelInfoAnswer&>(answer).channelInfo;
                     info.idType = kUnknownIDType;
                     info.name = "Das Erste HD";
                     answer.valid = 1;
                 });
         } else if (fault == "overflow") {
-            setAnswerWriterFor(ConfigCommand_GetParental, [](const HbbtvCommandPayload&, HbbtvServiceRequestAnswer& answer) {
-                answer.intValue1 = 12;
-                answer.valid = 1;
-                // As if the host took the answer for a bigger record.
-                const uint32_t extra = 0xDEADBEEF;
-                memcpy(reinterpret_cast<unsigned char*>(&answer) + sizeof(HbbtvServiceRequestAnswer), &extra,
-                    sizeof(extra));
-            });
+            setAnswerWriterFor(
+                ConfigCommand_GetParental, [](const HbbtvCommandPayload&, HbbtvServiceRequestAnswer& answer) {
+                    answer.intValue1 = 12;
+                    answer.valid = 1;
+                    // As if the host took the answer for a bigger record.
+                    const uint32_t extra = 0xDEADBEEF;
+                    memcpy(reinterpret_cast<unsigned char*>(&answer) + sizeof(HbbtvServiceRequestAnswer), &extra,
+                        sizeof(extra));
+                });
         } else if (fault == "after-deinit") {
             m_poller = std::thread([this] {
                 while (!m_stopping.load()) {
@@ -111,14 +116,14 @@ public:
 private:
     const std::string m_fault;
     ZR_HBBTV_Core::ZR_HbbtvImplInterface* const m_wrapper;
-    std::atomic<bool> m_stopping{ false };
+    std::atomic<bool> m_stopping { false };
     std::thread m_poller;
 };
 
 bool knownFault(const std::string& fault)
 {
-    static const char* const kFaults[] = { "none", "late", "twice", "never", "wrong-payload", "count",
-        "unterminated", "enumeration", "overflow", "slow-callback", "after-deinit" };
+    static const char* const kFaults[] = { "none", "late", "twice", "never", "wrong-payload", "count", "unterminated",
+        "enumeration", "overflow", "slow-callback", "after-deinit" };
     for (const char* known : kFaults) {
         if (fault == known) {
             return true;

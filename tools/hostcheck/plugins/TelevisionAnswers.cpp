@@ -49,8 +49,8 @@ void writePlayState(const HbbtvCommandPayload& request, HbbtvServiceRequestAnswe
 // otherwise.
 void writeDescriptors(const HbbtvCommandPayload& request, HbbtvServiceRequestAnswer& answer)
 {
-    auto* const found = static_cast<std::vector<std::vector<unsigned char>>*>(
-        hbbtv_sim::fromHostWireAddress(request.resultAddress));
+    auto* const found
+        = static_cast<std::vector<std::vector<unsigned char>>*>(hbbtv_sim::fromHostWireAddress(request.resultAddress));
     if (found == nullptr) {
         return;
     }
@@ -99,22 +99,23 @@ void setTelevisionAnswers(SimulatedHost& host)
     host.setAnswerWriterFor(TunerCommand_GetCurrentChannelInfo, writeCurrentChannel);
 
     std::vector<hbbtv_sim::LineupChannel> lineup(3);
-    lineup[0] = hbbtv_sim::LineupChannel{ 0x2B66, 0x2114, 1, 0, 3, 0, 1, 1, 0, "Das Erste HD" };
-    lineup[1] = hbbtv_sim::LineupChannel{ 0x2B7A, 0x2114, 2, 0, 3, 0, 2, 1, 0, "ZDF HD" };
-    lineup[2] = hbbtv_sim::LineupChannel{ 0x6DCA, 0x0085, 3, 1, 2, 0, 3, 1, 0, "Deutschlandfunk" };
+    lineup[0] = hbbtv_sim::LineupChannel { 0x2B66, 0x2114, 1, 0, 3, 0, 1, 1, 0, "Das Erste HD" };
+    lineup[1] = hbbtv_sim::LineupChannel { 0x2B7A, 0x2114, 2, 0, 3, 0, 2, 1, 0, "ZDF HD" };
+    lineup[2] = hbbtv_sim::LineupChannel { 0x6DCA, 0x0085, 3, 1, 2, 0, 3, 1, 0, "Deutschlandfunk" };
     host.setAnswerWriterFor(TunerCommand_RequestChannelsLineup, SimulatedHost::lineupWriter(lineup));
 
-    hbbtv_sim::HostProgramme present{ 1764010800, 900, "Tagesschau", "Nachrichten", "crid://example.com/programme/1" };
-    hbbtv_sim::HostProgramme following{ 1764011700, 5400, "Tatort", "Krimi", "crid://example.com/programme/2" };
-    host.setAnswerWriterFor(ProgrammeCommand_GetProgrammeInfo, SimulatedHost::presentFollowingWriter(present, following));
+    hbbtv_sim::HostProgramme present { 1764010800, 900, "Tagesschau", "Nachrichten", "crid://example.com/programme/1" };
+    hbbtv_sim::HostProgramme following { 1764011700, 5400, "Tatort", "Krimi", "crid://example.com/programme/2" };
+    host.setAnswerWriterFor(
+        ProgrammeCommand_GetProgrammeInfo, SimulatedHost::presentFollowingWriter(present, following));
     host.setAnswerWriterFor(ProgrammeCommand_GetAllProgrammeInfo, SimulatedHost::scheduleWriter(schedule()));
     host.setAnswerWriterFor(ProgrammeCommand_GetSIDescriptors, writeDescriptors);
 
     std::map<int, std::vector<hbbtv_sim::HostComponent>> components;
-    components[0] = { hbbtv_sim::HostComponent{ 0, 0, 0x11, 0, 2, 27, "" } };
-    components[1] = { hbbtv_sim::HostComponent{ 0, 0, 0x12, 2, 0, 6, "deu" },
-        hbbtv_sim::HostComponent{ 0, 1, 0x13, 2, 0, 7, "eng" } };
-    components[2] = { hbbtv_sim::HostComponent{ 0, 0, 0x20, 0, 0, 0, "deu" } };
+    components[0] = { hbbtv_sim::HostComponent { 0, 0, 0x11, 0, 2, 27, "" } };
+    components[1] = { hbbtv_sim::HostComponent { 0, 0, 0x12, 2, 0, 6, "deu" },
+        hbbtv_sim::HostComponent { 0, 1, 0x13, 2, 0, 7, "eng" } };
+    components[2] = { hbbtv_sim::HostComponent { 0, 0, 0x20, 0, 0, 0, "deu" } };
     host.setAnswerWriterFor(TunerCommand_GetAVInfo, SimulatedHost::componentsWriter(components));
 
     host.setAnswerWriterFor(DSMCC_DVBURL_GetFile, SimulatedHost::mountWriter("/mnt/carousel/1044"));

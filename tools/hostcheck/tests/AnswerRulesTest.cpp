@@ -128,7 +128,7 @@ TEST(AnswerRules, ChannelListPool)
 {
     const uint32_t areaSize = 4096;
     std::vector<unsigned char> pool(16 + areaSize, 0);
-    const PoolHandedOver handedOver{ areaSize, 0x1000 + 384, 0x1000 + 384 + areaSize / 2, 0x1000 };
+    const PoolHandedOver handedOver { areaSize, 0x1000 + 384, 0x1000 + 384 + areaSize / 2, 0x1000 };
     HbbtvChannelListPool header = {};
     header.areaSize = areaSize;
     header.entriesAddress = handedOver.entriesAddress;

@@ -124,8 +124,8 @@ const char kCallbackLimit[] = "200";
 
 TEST(HostCheckRun, SimulatedTelevisionPassesEveryOperation)
 {
-    const CheckerRun run = runChecker(
-        { "--host", HBBTV_HOST_SIMULATED, "--repeat", "2", "--budget-ms", "3000", "--callback-limit-ms", kCallbackLimit });
+    const CheckerRun run = runChecker({ "--host", HBBTV_HOST_SIMULATED, "--repeat", "2", "--budget-ms", "3000",
+        "--callback-limit-ms", kCallbackLimit });
     ASSERT_EQ(0, run.status) << run.output;
     ASSERT_TRUE(run.report.is_object()) << run.output;
     EXPECT_TRUE(run.report["passed"].get<bool>());
@@ -159,15 +159,13 @@ TEST(HostCheckRun, UsageAndLoadingErrorsEndWithStatusTwo)
     EXPECT_EQ(2, runChecker({ "--host", "/nonexistent/plugin.so" }).status);
 }
 
-class HostCheckFault : public testing::TestWithParam<FaultCase> {
-};
+class HostCheckFault : public testing::TestWithParam<FaultCase> { };
 
 TEST_P(HostCheckFault, IsReportedWithItsFinding)
 {
     const FaultCase& c = GetParam();
-    const CheckerRun run = runChecker(
-        { "--host", HBBTV_HOST_FAULTY, "--host-arg", c.fault, "--only", c.only, "--budget-ms", kBudget,
-            "--callback-limit-ms", kCallbackLimit });
+    const CheckerRun run = runChecker({ "--host", HBBTV_HOST_FAULTY, "--host-arg", c.fault, "--only", c.only,
+        "--budget-ms", kBudget, "--callback-limit-ms", kCallbackLimit });
     ASSERT_EQ(1, run.status) << run.output;
     ASSERT_TRUE(run.report.is_object()) << run.output;
     EXPECT_FALSE(run.report["passed"].get<bool>());
@@ -191,18 +189,17 @@ TEST_P(HostCheckFault, IsReportedWithItsFinding)
 }
 
 INSTANTIATE_TEST_SUITE_P(Faults, HostCheckFault,
-    testing::Values(
-        FaultCase{ "late", "current-channel", "late", "past the budget of 500 ms" },
-        FaultCase{ "twice", "current-channel", "twice", "completion reported a second time" },
-        FaultCase{ "never", "current-channel", "never", "no completion within the budget of 500 ms" },
-        FaultCase{ "wrong-payload", "current-channel", "wrong-payload", "another pointer" },
-        FaultCase{ "count", "components", "count", "avComponentInfo.count is 17 for audio components" },
-        FaultCase{ "unterminated", "configuration", "unterminated-text",
+    testing::Values(FaultCase { "late", "current-channel", "late", "past the budget of 500 ms" },
+        FaultCase { "twice", "current-channel", "twice", "completion reported a second time" },
+        FaultCase { "never", "current-channel", "never", "no completion within the budget of 500 ms" },
+        FaultCase { "wrong-payload", "current-channel", "wrong-payload", "another pointer" },
+        FaultCase { "count", "components", "count", "avComponentInfo.count is 17 for audio components" },
+        FaultCase { "unterminated", "configuration", "unterminated-text",
             "ConfigCommand_GetCountryID (ticket 1): strValue1 has no NUL within its 256 bytes" },
-        FaultCase{ "enumeration", "current-channel", "enumeration", "channelInfo.idType is 42" },
-        FaultCase{ "overflow", "configuration", "guard", "past the end of the answer record: byte 532" },
-        FaultCase{ "slow-callback", "callbacks", "slow-callback", "HBBTV_CommandHandler returned after" },
-        FaultCase{ "after-deinit", "current-channel", "after-deinit", "isBrowserReady on the wrapper" }),
+        FaultCase { "enumeration", "current-channel", "enumeration", "channelInfo.idType is 42" },
+        FaultCase { "overflow", "configuration", "guard", "past the end of the answer record: byte 532" },
+        FaultCase { "slow-callback", "callbacks", "slow-callback", "HBBTV_CommandHandler returned after" },
+        FaultCase { "after-deinit", "current-channel", "after-deinit", "isBrowserReady on the wrapper" }),
     [](const testing::TestParamInfo<FaultCase>& info) {
         std::string name = info.param.fault;
         for (char& c : name) {
