@@ -1,0 +1,125 @@
+#include "Report.h"
+
+#include "RequestSummary.h"
+
+namespace hbbtv_hostcheck {
+
+namespace {
+
+const char kTeardown[] = "teardown";
+
+OperationRow& rowFor(std::vector<OperationRow>& rows, const std::string& name)
+{
+    for (OperationRow& row : rows) {
+        if (row.name == name) {
+            return row;
+        }
+    }
+    rows.push_back(OperationRow());
+    rows.back().name = name;
+    return rows.back();
+}
+
+void count(OperationRow& row, bool failed)
+{
+    ++row.requests;
+    ++(failed ? row.failed : row.passed);
+}
+
+} // namespace
+
+Report buildReport(const std::vector<std::string>& operations, const std::vector<RequestRecord>& requests,
+    const std::vector<CallbackRecord>& callbacks, const Findings& afterDeinit)
+{
+    Report report;
+    for (const std::string& name : operations) {
+        rowFor(report.rows, name);
+    }
+    std::vector<std::vector<double>> times(report.rows.size());
+    const auto timesFor = [&](const OperationRow& row) -> std::vector<double>& {
+        const size_t index = static_cast<size_t>(&row - report.rows.data());
+        if (index >= times.size()) {
+            times.resize(index + 1);
+        }
+        return times[index];
+    };
+    for (const RequestRecord& request : requests) {
+        OperationRow& row = rowFor(report.rows, request.operation.empty() ? kTeardown : request.operation);
+        count(row, !request.findings.empty());
+        if (request.answerMs >= 0 && !request.givenUp) {
+            timesFor(row).push_back(request.answerMs);
+        }
+        const std::string prefix = request.command != 0 || request.ticket != 0
+            ? commandLabel(request.command) + " (ticket " + std::to_string(request.ticket) + "): "
+            : std::string();
+        for (const Finding& finding : request.findings) {
+            row.findings.push_back(ReportedFinding { finding.rule, prefix + finding.text });
+        }
+    }
+    for (const CallbackRecord& callback : callbacks) {
+        OperationRow& row = rowFor(report.rows, callback.operation.empty() ? kTeardown : callback.operation);
+        count(row, !callback.findings.empty());
+        timesFor(row).push_back(callback.ms);
+        for (const Finding& finding : callback.findings) {
+            row.findings.push_back(ReportedFinding { finding.rule, finding.text });
+        }
+    }
+    OperationRow& teardown = rowFor(report.rows, kTeardown);
+    count(teardown, !afterDeinit.empty());
+    for (const Finding& finding : afterDeinit) {
+        teardown.findings.push_back(ReportedFinding { finding.rule, finding.text });
+    }
+    for (size_t i = 0; i < report.rows.size(); ++i) {
+        OperationRow& row = report.rows[i];
+        if (i < times.size()) {
+            row.p50Ms = hbbtv_simulator::percentile(times[i], 50);
+            row.p99Ms = hbbtv_simulator::percentile(times[i], 99);
+        }
+        report.requests += row.requests;
+        report.failed += row.failed;
+    }
+    return report;
+}
+
+void printReport(FILE* out, const Report& report)
+{
+    fprintf(out, "%-20s %8s %6s %6s %9s %9s  %s\n", "operation", "requests", "passed", "failed", "p50 ms", "p99 ms",
+        "first finding");
+    for (const OperationRow& row : report.rows) {
+        fprintf(out, "%-20s %8zu %6zu %6zu %9.3f %9.3f  %s\n", row.name.c_str(), row.requests, row.passed, row.failed,
+            row.p50Ms, row.p99Ms, row.findings.empty() ? "-" : row.findings.front().text.c_str());
+    }
+    fprintf(out, "%s\n", verdictLine(report).c_str());
+}
+
+std::string verdictLine(const Report& report)
+{
+    size_t failedOperations = 0;
+    for (const OperationRow& row : report.rows) {
+        failedOperations += row.failed != 0 ? 1 : 0;
+    }
+    if (report.passed()) {
+        return "verdict: PASS: the host kept the contract in all " + std::to_string(report.requests)
+            + " requests and callbacks";
+    }
+    return "verdict: FAIL: " + std::to_string(report.failed) + " of " + std::to_string(report.requests)
+        + " requests and callbacks broke the contract, in " + std::to_string(failedOperations) + " operation"
+        + (failedOperations == 1 ? "" : "s");
+}
+
+nlohmann::json reportJson(const Report& report)
+{
+    nlohmann::json rows = nlohmann::json::array();
+    for (const OperationRow& row : report.rows) {
+        nlohmann::json findings = nlohmann::json::array();
+        for (const ReportedFinding& finding : row.findings) {
+            findings.push_back({ { "rule", finding.rule }, { "text", finding.text } });
+        }
+        rows.push_back({ { "name", row.name }, { "requests", row.requests }, { "passed", row.passed },
+            { "failed", row.failed }, { "p50Ms", row.p50Ms }, { "p99Ms", row.p99Ms }, { "findings", findings } });
+    }
+    return { { "operations", rows }, { "requests", report.requests }, { "failed", report.failed },
+        { "passed", report.passed() }, { "verdict", verdictLine(report) } };
+}
+
+} // namespace hbbtv_hostcheck
