@@ -24,7 +24,7 @@ void usage(FILE* out)
 {
     fprintf(out,
         "usage: hbbtv_simulator [--scenario FILE] [--library PATH] [--timeout-ms N] [--host-delay-ms N]\n"
-        "       hbbtv_simulator --list-steps | --print-scenario\n"
+        "       hbbtv_simulator --list-steps | --print-scenario | --version\n"
         "  Loads the HbbTV backend glue library as a host does and plays a scenario: by default the\n"
         "  built-in evening in front of the television (boot, binding, AIT and an application, page load,\n"
         "  channel list, tuning, programmes, components, keys, a stream event, a carousel file, the\n"
@@ -32,9 +32,11 @@ void usage(FILE* out)
         "  --scenario FILE     play the steps of a JSON scenario file instead\n"
         "  --list-steps        print the steps a scenario file may use, with their arguments\n"
         "  --print-scenario    print the built-in scenario as a scenario file\n"
-        "  --library PATH      the library to load (default: %s)\n"
+        "  --library PATH      the library to load (default: %s, found on the simulator's run path:\n"
+        "                      the build folder, or the installed library folder)\n"
         "  --timeout-ms N      how long each step may take (default: 3000)\n"
-        "  --host-delay-ms N   how late the host answers each request (default: 0)\n",
+        "  --host-delay-ms N   how late the host answers each request (default: 0)\n"
+        "  --version           print the version of the simulator and the library it was built with\n",
         HBBTV_GLUE_LIBRARY);
 }
 
@@ -49,7 +51,7 @@ bool parseMilliseconds(const char* text, unsigned long lowest, unsigned int& val
     return true;
 }
 
-enum class Mode { Play, ListSteps, PrintScenario };
+enum class Mode { Play, ListSteps, PrintScenario, Version };
 
 // Returns 0 to go on, -1 to end with status 0 (help), otherwise the exit status.
 int parseOptions(int argc, char** argv, Options& options, Mode& mode)
@@ -62,6 +64,7 @@ int parseOptions(int argc, char** argv, Options& options, Mode& mode)
         { "timeout-ms", required_argument, nullptr, 't' },
         { "host-delay-ms", required_argument, nullptr, 'd' },
         { "help", no_argument, nullptr, 'h' },
+        { "version", no_argument, nullptr, 'V' },
         { nullptr, 0, nullptr, 0 },
     };
     int choice;
@@ -94,6 +97,9 @@ int parseOptions(int argc, char** argv, Options& options, Mode& mode)
         case 'h':
             usage(stdout);
             return -1;
+        case 'V':
+            mode = Mode::Version;
+            break;
         default:
             usage(stderr);
             return 2;
@@ -135,6 +141,10 @@ int main(int argc, char** argv)
     const int parsed = parseOptions(argc, argv, options, mode);
     if (parsed != 0) {
         return parsed < 0 ? 0 : parsed;
+    }
+    if (mode == Mode::Version) {
+        printf("hbbtv_simulator %s\n", HBBTV_VERSION);
+        return 0;
     }
     if (!vocabularyIsComplete()) {
         return 2;
