@@ -59,6 +59,10 @@ if(TARGET hbbtv_simulator)
   install(TARGETS hbbtv_simulator RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT simulator)
   install(FILES simulator/scenarios/evening.json
     DESTINATION ${CMAKE_INSTALL_DATADIR}/hbbtvbackendglue/scenarios COMPONENT simulator)
+  execute_process(COMMAND gzip -9nc ${PROJECT_SOURCE_DIR}/simulator/man/hbbtv_simulator.1
+                  OUTPUT_FILE ${PROJECT_BINARY_DIR}/hbbtv_simulator.1.gz)
+  install(FILES ${PROJECT_BINARY_DIR}/hbbtv_simulator.1.gz
+    DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT simulator)
 endif()
 
 # ---- the development platform: privately for the simulator, or as a platform of its own ----------

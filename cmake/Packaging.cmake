@@ -38,7 +38,6 @@ set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME hbbtvbackendglue)
 set(CPACK_PACKAGE_VENDOR "HbbTV backend glue developers")
 set(CPACK_PACKAGE_CONTACT "${HBBTV_DEB_MAINTAINER}")
-set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "HbbTV backend glue between a television's middleware and its browser")
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
@@ -64,6 +63,9 @@ set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
 # Only the library has a versioned SONAME; the simulator's private libraries stay out of shlibs.
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
+# The loader's cache is refreshed through dpkg's ldconfig trigger (CPack adds ldconfig calls to the
+# maintainer scripts as well; see cmake/debian/runtime.lintian-overrides).
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA ${PROJECT_SOURCE_DIR}/cmake/debian/runtime/triggers)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME ${HBBTV_DEB_DEVELOPMENT})
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_SIMULATOR_PACKAGE_NAME ${HBBTV_DEB_SIMULATOR})
@@ -71,19 +73,23 @@ set(CPACK_DEBIAN_SIMULATOR_PACKAGE_SECTION devel)
 
 include(CPack)
 
+# The first line of a description is the package's synopsis.
 cpack_add_component(runtime DISPLAY_NAME "Library"
   DESCRIPTION "HbbTV backend glue between a television's middleware and its browser
-The library a television's middleware (the host) loads to run HbbTV: it binds to the browser's
-binder service, publishes the TV service the browser calls, passes signalling, keys and broadcast
-events to the browser, and turns the browser's requests into numbered backend commands in shared
-memory that the host answers. It exports CreateHbbtvWrapper and DestroyHbbtvWrapper only.")
+The library a television's middleware (the host) loads to run HbbTV. It binds
+to the browser's binder service, publishes the TV service that the browser
+calls, passes signalling, keys and broadcast events to the browser, and turns
+the browser's requests into numbered backend commands in shared memory that
+the host answers. It exports CreateHbbtvWrapper and DestroyHbbtvWrapper only.")
 cpack_add_component(development DISPLAY_NAME "Development files" DEPENDS runtime
   DESCRIPTION "HbbTV backend glue: host boundary headers and build files
-The headers a host programs against (the wrapper interface, the host's callback interface, the
-backend command numbers and the shared records), the link name, the CMake package
-(find_package(HbbtvBackendGlue)) and a pkg-config file (hbbtvbackendglue).")
+The headers a host programs against (the wrapper interface, the host's
+callback interface, the backend command numbers and the shared records), the
+link name, the CMake package (find_package(HbbtvBackendGlue)) and a
+pkg-config file (hbbtvbackendglue).")
 cpack_add_component(simulator DISPLAY_NAME "Simulator" DEPENDS runtime
   DESCRIPTION "HbbTV backend glue: simulator with a simulated host and browser
-A host program that loads the library as a television does and plays a scenario with a simulated
-host and browser, printing a timed trace. It brings the development platform (an in-process binder
-and development vendor libraries) in a private folder of its own, which nothing else uses.")
+A host program that loads the library as a television does and plays a
+scenario with a simulated host and browser, printing a timed trace. It brings
+the development platform (an in-process binder and development vendor
+libraries) in a private folder of its own, which nothing else uses.")

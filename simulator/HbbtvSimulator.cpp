@@ -32,11 +32,11 @@ void usage(FILE* out)
         "  --scenario FILE     play the steps of a JSON scenario file instead\n"
         "  --list-steps        print the steps a scenario file may use, with their arguments\n"
         "  --print-scenario    print the built-in scenario as a scenario file\n"
-        "  --library PATH      the library to load (default: %s, found on the simulator's run path:\n"
-        "                      the build folder, or the installed library folder)\n"
+        "  --library PATH      the library to load (default: %s, looked up on the\n"
+        "                      simulator's run path: the build folder, or the installed library folder)\n"
         "  --timeout-ms N      how long each step may take (default: 3000)\n"
         "  --host-delay-ms N   how late the host answers each request (default: 0)\n"
-        "  --version           print the version of the simulator and the library it was built with\n",
+        "  --version           print the version (the simulator's and the library's it was built with)\n",
         HBBTV_GLUE_LIBRARY);
 }
 
