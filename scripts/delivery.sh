@@ -45,16 +45,16 @@ expect_file() { [ -e "$1" ] || fail "missing $1"; }
 expect_no_file() { [ ! -e "$1" ] || fail "must not exist: $1"; }
 runpath_of() { readelf -d "$1" | sed -n 's/.*(RUNPATH).*\[\(.*\)\]/\1/p'; }
 soname_of() { readelf -d "$1" | sed -n 's/.*(SONAME).*\[\(.*\)\]/\1/p'; }
-# The built-in scenario, with the library the simulator loaded checked against the one meant.
+# The built-in scenario (the command from the second argument on), with the library the
+# simulator loaded checked against the one meant (the first argument).
 play_scenario() {
-  local simulator=$1 library=$2 log=$work/scenario.log
-  "$simulator" >"$log" 2>&1 || { tail -30 "$log"; fail "$simulator: the built-in scenario failed"; }
-  local loaded
+  local library=$1 log=$work/scenario.log loaded
+  shift
+  "$@" >"$log" 2>&1 || { tail -30 "$log"; fail "$*: the built-in scenario failed"; }
   loaded=$(sed -n 's/^\[sim .*\]     loaded //p' "$log")
   [ -n "$loaded" ] && [ "$(readlink -f "$loaded")" = "$(readlink -f "$library")" ] ||
-    fail "$simulator loaded \"$loaded\", not $library"
-  grep -q "scenario passed" "$log" || fail "$simulator: no pass line"
-  grep "scenario passed" "$log"
+    fail "$* loaded \"$loaded\", not $library"
+  grep "scenario passed" "$log" || fail "$*: no pass line"
 }
 
 # ---- 1. release build, install into a prefix ---------------------------------------------------
@@ -93,7 +93,7 @@ esac
 cmake -DNM=nm -DLIBRARY="$libdir/libhbbtvbackendglue.so.$version" \
       -DALLOWED=CreateHbbtvWrapper,DestroyHbbtvWrapper -P cmake/CheckExports.cmake
 [ "$("$prefix/bin/hbbtv_simulator" --version)" = "hbbtv_simulator $version" ] || fail "simulator --version"
-play_scenario "$prefix/bin/hbbtv_simulator" "$libdir/libhbbtvbackendglue.so.$major"
+play_scenario "$libdir/libhbbtvbackendglue.so.$major" "$prefix/bin/hbbtv_simulator"
 
 # ---- 2. Debian packages ------------------------------------------------------------------------
 step "cpack ($arch)"
@@ -123,7 +123,7 @@ for lib in "${platform_libs[@]}"; do
   expect_no_file "$usrlib/$lib"
 done
 [ "$(hbbtv_simulator --version)" = "hbbtv_simulator $version" ] || fail "installed simulator --version"
-play_scenario /usr/bin/hbbtv_simulator "$usrlib/libhbbtvbackendglue.so.$major"
+play_scenario "$usrlib/libhbbtvbackendglue.so.$major" /usr/bin/hbbtv_simulator
 
 # ---- 3. the host example -----------------------------------------------------------------------
 step "development platform into a prefix of its own"
@@ -187,5 +187,15 @@ dpkg-deb -c "$cross/${runtime_pkg}_${version}-1_armhf.deb" |
 dpkg-deb -c "$cross/hbbtvbackendglue-simulator_${version}-1_armhf.deb" |
   grep -q "./usr/lib/arm-linux-gnueabihf/hbbtvbackendglue-sim/libbinder.so\$" || fail "armhf simulator layout"
 lintian --fail-on error,warning "${cross_debs[@]}"
+
+step "armhf simulator from its unpacked packages, under qemu-arm"
+unpacked=$work/armhf-root
+for package in "$runtime_pkg" hbbtvbackendglue-simulator; do
+  dpkg-deb -x "$cross/${package}_${version}-1_armhf.deb" "$unpacked"
+done
+# As the armhf leg runs its tests: the multiarch loader, and the unpacked 7z.so under libutils.
+armhf_extra=$top/build/armhf-sysroot-extra/usr/lib/p7zip
+play_scenario "$unpacked/usr/lib/arm-linux-gnueabihf/libhbbtvbackendglue.so.$major" \
+  qemu-arm -E LD_LIBRARY_PATH="$armhf_extra" "$unpacked/usr/bin/hbbtv_simulator"
 
 step "passed"
