@@ -32,7 +32,7 @@ installed_packages=0
 cleanup() {
   # Nothing of ours stays in the system's folders: other builds on this machine must not see it.
   if [ "$installed_packages" -eq 1 ]; then
-    $sudo_cmd dpkg -r "${packages[@]}" >/dev/null || true
+    $sudo_cmd dpkg -P "${packages[@]}" >/dev/null || true
   fi
   rm -rf "$work"
 }
@@ -114,10 +114,10 @@ step "dpkg install ($arch)"
 installed_packages=1
 $sudo_cmd dpkg -i "${debs[@]}" >/dev/null
 usrlib=/usr/lib/$triplet
-dpkg -L "$runtime_pkg" | grep -qx "$usrlib/libhbbtvbackendglue.so.$major" || fail "$runtime_pkg: library"
-dpkg -L libhbbtvbackendglue-dev | grep -qx "/usr/include/HbbtvBackendGlue/ZR_HbbtvImplInterface.h" ||
+dpkg -L "$runtime_pkg" | grep -x "$usrlib/libhbbtvbackendglue.so.$major" >/dev/null || fail "$runtime_pkg: library"
+dpkg -L libhbbtvbackendglue-dev | grep -x "/usr/include/HbbtvBackendGlue/ZR_HbbtvImplInterface.h" >/dev/null ||
   fail "libhbbtvbackendglue-dev: headers"
-dpkg -L hbbtvbackendglue-simulator | grep -qx "$usrlib/hbbtvbackendglue-sim/libbinder.so" ||
+dpkg -L hbbtvbackendglue-simulator | grep -x "$usrlib/hbbtvbackendglue-sim/libbinder.so" >/dev/null ||
   fail "hbbtvbackendglue-simulator: private platform"
 for lib in "${platform_libs[@]}"; do
   expect_no_file "$usrlib/$lib"
@@ -127,7 +127,9 @@ play_scenario "$usrlib/libhbbtvbackendglue.so.$major" /usr/bin/hbbtv_simulator
 
 # ---- 3. the host example -----------------------------------------------------------------------
 step "development platform into a prefix of its own"
-platform=$work/platform
+# In build/, not in the temporary folder: the system build's cache keeps the paths it found.
+platform=$top/build/delivery-platform
+rm -rf "$platform"
 cmake --install "$native" --component dev-platform --prefix "$platform" >/dev/null
 expect_file "$platform/lib/$triplet/libbinder.so"
 expect_file "$platform/include/ITVService.h"
@@ -149,7 +151,7 @@ LD_LIBRARY_PATH=$usrlib/hbbtvbackendglue-sim HBBTV_SHM_SUFFIX=.example$$ "$work/
 grep -q "loaded $usrlib/libhbbtvbackendglue.so.$major" "$work/host-pc.log" || fail "the example loaded another library"
 
 step "remove the packages"
-$sudo_cmd dpkg -r "${packages[@]}" >/dev/null
+$sudo_cmd dpkg -P "${packages[@]}" >/dev/null
 installed_packages=0
 
 # ---- 4. the system platform --------------------------------------------------------------------
@@ -182,10 +184,11 @@ for package in "${packages[@]}"; do
   cross_debs+=("$cross/${package}_${version}-1_armhf.deb")
   expect_file "${cross_debs[-1]}"
 done
-dpkg-deb -c "$cross/${runtime_pkg}_${version}-1_armhf.deb" |
-  grep -q "./usr/lib/arm-linux-gnueabihf/libhbbtvbackendglue.so.$version\$" || fail "armhf library layout"
-dpkg-deb -c "$cross/hbbtvbackendglue-simulator_${version}-1_armhf.deb" |
-  grep -q "./usr/lib/arm-linux-gnueabihf/hbbtvbackendglue-sim/libbinder.so\$" || fail "armhf simulator layout"
+grep "./usr/lib/arm-linux-gnueabihf/libhbbtvbackendglue.so.$version\$" \
+  <<<"$(dpkg-deb -c "$cross/${runtime_pkg}_${version}-1_armhf.deb")" >/dev/null || fail "armhf library layout"
+grep "./usr/lib/arm-linux-gnueabihf/hbbtvbackendglue-sim/libbinder.so\$" \
+  <<<"$(dpkg-deb -c "$cross/hbbtvbackendglue-simulator_${version}-1_armhf.deb")" >/dev/null ||
+  fail "armhf simulator layout"
 lintian --fail-on error,warning "${cross_debs[@]}"
 
 step "armhf simulator from its unpacked packages, under qemu-arm"
