@@ -60,7 +60,8 @@ set(CPACK_DEBIAN_ENABLE_COMPONENT_DEPENDS ON)
 
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME ${HBBTV_DEB_RUNTIME})
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
-# Only the library has a versioned SONAME; the simulator's private libraries stay out of shlibs.
+# Only the library has a versioned SONAME; the simulator's private libraries stay out of shlibs
+# (CPack says so in a warning for each).
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
 # The loader's cache is refreshed through dpkg's ldconfig trigger (CPack adds ldconfig calls to the
