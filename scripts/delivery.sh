@@ -7,7 +7,8 @@
 #     at hand, so a stand-in browser makes requests) and through pkg-config (the installed packages)
 #  4. HBBTV_PLATFORM=system against the development platform installed into a prefix of its own:
 #     build, the built-in scenario; and the configure error when the platform is missing
-#  5. the armhf packages from the armhf cross build, checked with dpkg-deb and lintian
+#  5. the armhf packages from the armhf cross build, checked with dpkg-deb and lintian, and the
+#     simulator from the unpacked armhf packages playing the built-in scenario under qemu-arm
 # Builds that only make packages leave the suite out (the other legs run it); they use folders of
 # their own under build/, so build/release stays as people configured it.
 set -euo pipefail
