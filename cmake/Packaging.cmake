@@ -22,7 +22,12 @@ string(TIMESTAMP HBBTV_DEB_DATE "%a, %d %b %Y %H:%M:%S +0000" UTC)
 configure_file(cmake/debian/changelog.Debian.in ${PROJECT_BINARY_DIR}/debian/changelog.Debian @ONLY)
 execute_process(COMMAND gzip -9nc ${PROJECT_BINARY_DIR}/debian/changelog.Debian
                 OUTPUT_FILE ${PROJECT_BINARY_DIR}/debian/changelog.Debian.gz)
-foreach(component runtime development simulator)
+# A system platform without the development hooks builds no simulator, and so has no package for it.
+set(HBBTV_DEB_COMPONENTS runtime development)
+if(TARGET hbbtv_simulator)
+  list(APPEND HBBTV_DEB_COMPONENTS simulator)
+endif()
+foreach(component IN LISTS HBBTV_DEB_COMPONENTS)
   string(TOUPPER ${component} upper)
   install(FILES cmake/debian/copyright ${PROJECT_BINARY_DIR}/debian/changelog.Debian.gz
     DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${HBBTV_DEB_${upper}} COMPONENT ${component})
@@ -41,7 +46,7 @@ set(CPACK_PACKAGE_CONTACT "${HBBTV_DEB_MAINTAINER}")
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
-set(CPACK_COMPONENTS_ALL runtime development simulator)
+set(CPACK_COMPONENTS_ALL ${HBBTV_DEB_COMPONENTS})
 
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_MAINTAINER "${HBBTV_DEB_MAINTAINER}")
@@ -88,9 +93,11 @@ The headers a host programs against (the wrapper interface, the host's
 callback interface, the backend command numbers and the shared records), the
 link name, the CMake package (find_package(HbbtvBackendGlue)) and a
 pkg-config file (hbbtvbackendglue).")
-cpack_add_component(simulator DISPLAY_NAME "Simulator" DEPENDS runtime
-  DESCRIPTION "HbbTV backend glue: simulator with a simulated host and browser
+if(TARGET hbbtv_simulator)
+  cpack_add_component(simulator DISPLAY_NAME "Simulator" DEPENDS runtime
+    DESCRIPTION "HbbTV backend glue: simulator with a simulated host and browser
 A host program that loads the library as a television does and plays a
 scenario with a simulated host and browser, printing a timed trace. It brings
 the development platform (an in-process binder and development vendor
 libraries) in a private folder of its own, which nothing else uses.")
+endif()
