@@ -11,6 +11,7 @@
 // browser and stops. Exit status 0 when everything went as expected.
 #include <dlfcn.h>
 
+#include <chrono>
 #include <condition_variable>
 #include <cstdio>
 #include <cstring>
@@ -231,8 +232,8 @@ int main(int argc, char** argv)
 
     ExampleHost host;
     ZR_HbbtvImplInterface* wrapper = create();
+    host.start(wrapper);  // ready to answer before anything can ask
     wrapper->init(&host); // publishes the TV service and starts the library's service agent
-    host.start(wrapper);
 
     bool ok = expect(!wrapper->isBrowserReady(), "no browser is bound before one registers");
     wrapper->notifyChannelChanged(1, 1019, 10301);
