@@ -51,11 +51,11 @@ install(FILES ${PROJECT_BINARY_DIR}/hbbtvbackendglue.pc
 
 # ---- simulator ----------------------------------------------------------------------------------
 if(TARGET hbbtv_simulator)
-  # The simulator finds the library in the libdir and the development platform in its private
-  # folder, both relative to where it is installed; Debian's libutils and liblog where they are.
+  # The simulator finds the development platform in its private folder, relative to where it is
+  # installed, and Debian's libutils and liblog where they are. (It opens the library by path.)
   file(RELATIVE_PATH bin_to_lib "${CMAKE_INSTALL_FULL_BINDIR}" "${CMAKE_INSTALL_FULL_LIBDIR}")
   set_target_properties(hbbtv_simulator PROPERTIES INSTALL_RPATH
-    "$ORIGIN/${bin_to_lib};$ORIGIN/${bin_to_lib}/hbbtvbackendglue-sim;${HBBTV_ANDROID_LIBDIR}")
+    "$ORIGIN/${bin_to_lib}/hbbtvbackendglue-sim;${HBBTV_ANDROID_LIBDIR}")
   install(TARGETS hbbtv_simulator RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT simulator)
   install(FILES simulator/scenarios/evening.json
     DESTINATION ${CMAKE_INSTALL_DATADIR}/hbbtvbackendglue/scenarios COMPONENT simulator)

@@ -10,6 +10,7 @@
 #include <getopt.h>
 #include <unistd.h>
 
+#include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
@@ -19,6 +20,24 @@
 namespace {
 
 using hbbtv_simulator::Options;
+
+// The library opened unless --library says otherwise: the installed one, where it lies relative to
+// the installed simulator; else the one of the build the simulator comes from. A path, not a name
+// for the loader to look up: a sanitizer's dlopen would look it up on the sanitizer's run path.
+std::string defaultLibrary()
+{
+    char self[PATH_MAX];
+    const ssize_t length = readlink("/proc/self/exe", self, sizeof(self) - 1);
+    if (length > 0) {
+        self[length] = '\0';
+        const std::string executable(self);
+        const std::string installed = executable.substr(0, executable.rfind('/') + 1) + HBBTV_GLUE_INSTALLED_LIBRARY;
+        if (access(installed.c_str(), F_OK) == 0) {
+            return installed;
+        }
+    }
+    return HBBTV_GLUE_BUILD_LIBRARY;
+}
 
 void usage(FILE* out)
 {
@@ -32,12 +51,11 @@ void usage(FILE* out)
         "  --scenario FILE     play the steps of a JSON scenario file instead\n"
         "  --list-steps        print the steps a scenario file may use, with their arguments\n"
         "  --print-scenario    print the built-in scenario as a scenario file\n"
-        "  --library PATH      the library to load (default: %s, looked up on the\n"
-        "                      simulator's run path: the build folder, or the installed library folder)\n"
+        "  --library PATH      the library to load (default: %s)\n"
         "  --timeout-ms N      how long each step may take (default: 3000)\n"
         "  --host-delay-ms N   how late the host answers each request (default: 0)\n"
         "  --version           print the version (the simulator's and the library's it was built with)\n",
-        HBBTV_GLUE_LIBRARY);
+        defaultLibrary().c_str());
 }
 
 bool parseMilliseconds(const char* text, unsigned long lowest, unsigned int& value)
@@ -136,7 +154,7 @@ bool vocabularyIsComplete()
 int main(int argc, char** argv)
 {
     Options options;
-    options.library = HBBTV_GLUE_LIBRARY;
+    options.library = defaultLibrary();
     Mode mode = Mode::Play;
     const int parsed = parseOptions(argc, argv, options, mode);
     if (parsed != 0) {
