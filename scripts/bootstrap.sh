@@ -3,10 +3,19 @@
 # native and armhf. Safe to run again: it installs only what is missing.
 #   scripts/bootstrap.sh          native toolchain and platform libraries
 #   scripts/bootstrap.sh --armhf  also the armhf cross toolchain, libraries and qemu
+#   scripts/bootstrap.sh --delivery  also what packaging and checking the packages need
+# (the two options can be given together).
 set -euo pipefail
 
 want_armhf=0
-[ "${1:-}" = "--armhf" ] && want_armhf=1
+want_delivery=0
+for arg in "$@"; do
+  case "$arg" in
+    --armhf) want_armhf=1 ;;
+    --delivery) want_delivery=1 ;;
+    *) echo "bootstrap: unknown option $arg" >&2; exit 2 ;;
+  esac
+done
 
 sudo_cmd=""
 [ "$(id -u)" -ne 0 ] && sudo_cmd="sudo"
@@ -18,6 +27,7 @@ native_pkgs=(
   android-libbase-dev android-libcutils-dev
   nlohmann-json3-dev
 )
+delivery_pkgs=(dpkg-dev file lintian)
 armhf_pkgs=(
   g++-arm-linux-gnueabihf qemu-user
   android-libutils-dev:armhf android-liblog-dev:armhf
@@ -52,6 +62,11 @@ apt_install() {
 
 mapfile -t todo < <(missing "${native_pkgs[@]}")
 apt_install "${todo[@]}"
+
+if [ "$want_delivery" -eq 1 ]; then
+  mapfile -t todo < <(missing "${delivery_pkgs[@]}")
+  apt_install "${todo[@]}"
+fi
 
 if [ "$want_armhf" -eq 1 ]; then
   if ! dpkg --print-foreign-architectures | grep -qx armhf; then

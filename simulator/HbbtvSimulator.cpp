@@ -10,6 +10,7 @@
 #include <getopt.h>
 #include <unistd.h>
 
+#include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
@@ -20,11 +21,29 @@ namespace {
 
 using hbbtv_simulator::Options;
 
+// The library opened unless --library says otherwise: the installed one, where it lies relative to
+// the installed simulator; else the one of the build the simulator comes from. A path, not a name
+// for the loader to look up: a sanitizer's dlopen would look it up on the sanitizer's run path.
+std::string defaultLibrary()
+{
+    char self[PATH_MAX];
+    const ssize_t length = readlink("/proc/self/exe", self, sizeof(self) - 1);
+    if (length > 0) {
+        self[length] = '\0';
+        const std::string executable(self);
+        const std::string installed = executable.substr(0, executable.rfind('/') + 1) + HBBTV_GLUE_INSTALLED_LIBRARY;
+        if (access(installed.c_str(), F_OK) == 0) {
+            return installed;
+        }
+    }
+    return HBBTV_GLUE_BUILD_LIBRARY;
+}
+
 void usage(FILE* out)
 {
     fprintf(out,
         "usage: hbbtv_simulator [--scenario FILE] [--library PATH] [--timeout-ms N] [--host-delay-ms N]\n"
-        "       hbbtv_simulator --list-steps | --print-scenario\n"
+        "       hbbtv_simulator --list-steps | --print-scenario | --version\n"
         "  Loads the HbbTV backend glue library as a host does and plays a scenario: by default the\n"
         "  built-in evening in front of the television (boot, binding, AIT and an application, page load,\n"
         "  channel list, tuning, programmes, components, keys, a stream event, a carousel file, the\n"
@@ -34,8 +53,9 @@ void usage(FILE* out)
         "  --print-scenario    print the built-in scenario as a scenario file\n"
         "  --library PATH      the library to load (default: %s)\n"
         "  --timeout-ms N      how long each step may take (default: 3000)\n"
-        "  --host-delay-ms N   how late the host answers each request (default: 0)\n",
-        HBBTV_GLUE_LIBRARY);
+        "  --host-delay-ms N   how late the host answers each request (default: 0)\n"
+        "  --version           print the version (the simulator's and the library's it was built with)\n",
+        defaultLibrary().c_str());
 }
 
 bool parseMilliseconds(const char* text, unsigned long lowest, unsigned int& value)
@@ -49,7 +69,7 @@ bool parseMilliseconds(const char* text, unsigned long lowest, unsigned int& val
     return true;
 }
 
-enum class Mode { Play, ListSteps, PrintScenario };
+enum class Mode { Play, ListSteps, PrintScenario, Version };
 
 // Returns 0 to go on, -1 to end with status 0 (help), otherwise the exit status.
 int parseOptions(int argc, char** argv, Options& options, Mode& mode)
@@ -62,6 +82,7 @@ int parseOptions(int argc, char** argv, Options& options, Mode& mode)
         { "timeout-ms", required_argument, nullptr, 't' },
         { "host-delay-ms", required_argument, nullptr, 'd' },
         { "help", no_argument, nullptr, 'h' },
+        { "version", no_argument, nullptr, 'V' },
         { nullptr, 0, nullptr, 0 },
     };
     int choice;
@@ -94,6 +115,9 @@ int parseOptions(int argc, char** argv, Options& options, Mode& mode)
         case 'h':
             usage(stdout);
             return -1;
+        case 'V':
+            mode = Mode::Version;
+            break;
         default:
             usage(stderr);
             return 2;
@@ -130,11 +154,15 @@ bool vocabularyIsComplete()
 int main(int argc, char** argv)
 {
     Options options;
-    options.library = HBBTV_GLUE_LIBRARY;
+    options.library = defaultLibrary();
     Mode mode = Mode::Play;
     const int parsed = parseOptions(argc, argv, options, mode);
     if (parsed != 0) {
         return parsed < 0 ? 0 : parsed;
+    }
+    if (mode == Mode::Version) {
+        printf("hbbtv_simulator %s\n", HBBTV_VERSION);
+        return 0;
     }
     if (!vocabularyIsComplete()) {
         return 2;

@@ -34,6 +34,10 @@ std::string runBoot(Scenario& s, const Json&)
     if (s.create == nullptr || s.destroy == nullptr) {
         return "the library does not export CreateHbbtvWrapper and DestroyHbbtvWrapper";
     }
+    Dl_info loaded;
+    if (dladdr(reinterpret_cast<void*>(s.create), &loaded) != 0 && loaded.dli_fname != nullptr) {
+        s.trace(std::string("    loaded ") + loaded.dli_fname);
+    }
     s.wrapper = s.create();
     if (s.wrapper == nullptr) {
         return "CreateHbbtvWrapper returned null";
