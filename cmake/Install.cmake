@@ -50,10 +50,10 @@ install(FILES ${PROJECT_BINARY_DIR}/hbbtvbackendglue.pc
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
 
 # ---- simulator ----------------------------------------------------------------------------------
+file(RELATIVE_PATH bin_to_lib "${CMAKE_INSTALL_FULL_BINDIR}" "${CMAKE_INSTALL_FULL_LIBDIR}")
 if(TARGET hbbtv_simulator)
   # The simulator finds the development platform in its private folder, relative to where it is
   # installed, and Debian's libutils and liblog where they are. (It opens the library by path.)
-  file(RELATIVE_PATH bin_to_lib "${CMAKE_INSTALL_FULL_BINDIR}" "${CMAKE_INSTALL_FULL_LIBDIR}")
   set_target_properties(hbbtv_simulator PROPERTIES INSTALL_RPATH
     "$ORIGIN/${bin_to_lib}/hbbtvbackendglue-sim;${HBBTV_ANDROID_LIBDIR}")
   install(TARGETS hbbtv_simulator RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT simulator)
@@ -62,6 +62,23 @@ if(TARGET hbbtv_simulator)
   execute_process(COMMAND gzip -9nc ${PROJECT_SOURCE_DIR}/simulator/man/hbbtv_simulator.1
                   OUTPUT_FILE ${PROJECT_BINARY_DIR}/hbbtv_simulator.1.gz)
   install(FILES ${PROJECT_BINARY_DIR}/hbbtv_simulator.1.gz
+    DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT simulator)
+endif()
+
+# ---- the host conformance checker: with the simulator, whose development platform it needs ------
+# The plugin header goes beside the boundary headers it includes.
+install(FILES tools/hostcheck/HbbtvHostCheckPlugin.h DESTINATION ${HBBTV_HEADER_DIR} COMPONENT development)
+if(TARGET hbbtv-host-check)
+  set_target_properties(hbbtv-host-check PROPERTIES INSTALL_RPATH
+    "$ORIGIN/${bin_to_lib}/hbbtvbackendglue-sim;${HBBTV_ANDROID_LIBDIR}")
+  set_target_properties(hbbtv_host_simulated hbbtv_host_faulty PROPERTIES INSTALL_RPATH
+    "$ORIGIN/../hbbtvbackendglue-sim;${HBBTV_ANDROID_LIBDIR}")
+  install(TARGETS hbbtv-host-check RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT simulator)
+  install(TARGETS hbbtv_host_simulated hbbtv_host_faulty
+    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/hbbtv-host-check COMPONENT simulator)
+  execute_process(COMMAND gzip -9nc ${PROJECT_SOURCE_DIR}/tools/hostcheck/man/hbbtv-host-check.1
+                  OUTPUT_FILE ${PROJECT_BINARY_DIR}/hbbtv-host-check.1.gz)
+  install(FILES ${PROJECT_BINARY_DIR}/hbbtv-host-check.1.gz
     DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT simulator)
 endif()
 

@@ -125,6 +125,9 @@ for lib in "${platform_libs[@]}"; do
 done
 [ "$(hbbtv_simulator --version)" = "hbbtv_simulator $version" ] || fail "installed simulator --version"
 play_scenario "$usrlib/libhbbtvbackendglue.so.$major" /usr/bin/hbbtv_simulator
+expect_file /usr/include/HbbtvBackendGlue/HbbtvHostCheckPlugin.h
+hbbtv-host-check --host "$usrlib/hbbtv-host-check/libhbbtv_host_simulated.so" >"$work/host-check.log" ||
+  { cat "$work/host-check.log"; fail "installed hbbtv-host-check with the simulated host"; }
 
 # ---- 3. the host example -----------------------------------------------------------------------
 step "development platform into a prefix of its own"
