@@ -18,10 +18,9 @@ void checkCommonMembers(const HostChannelInfo& info, const NCOR::ChannelTunerDat
         "channel type 0, 1 or other");
     check(channel.isLocked() == ((info.lockFlags & 1) != 0), "lock flag");
     check(channel.getName().size() <= 254, "the name is at most 254 characters");
-    const NCOR::ChannelTunerData fresh = channel;
     NCOR::ChannelTunerData refreshed = channel;
     refreshed.autoUpdateChannelID();
-    check(refreshed.getChannelID() == fresh.getChannelID(), "the identifier is refreshed after the last change");
+    check(refreshed.getChannelID() == channel.getChannelID(), "the identifier is refreshed after the last change");
 }
 
 } // namespace
@@ -44,11 +43,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         return 0;
     }
     // The record as the host wrote it, from the bytes after the answer's base.
-    alignas(8) unsigned char record[sizeof(HostChannelInfo)] = {};
+    alignas(8) unsigned char record[sizeof(HostChannelInfo)];
     const size_t at = offsetof(HbbtvServiceRequestChannelInfoAnswer, channelInfo);
-    if (size > at) {
-        memcpy(record, data + at, std::min(size - at, sizeof(record)));
-    }
+    hbbtv_fuzz::copyInto(record, sizeof(record), data + std::min(at, size), size - std::min(at, size));
     HostChannelInfo& info = *reinterpret_cast<HostChannelInfo*>(record);
     checkCommonMembers(info, current);
     check(current.getTsid() == 42, "the current channel keeps its transport stream id");

@@ -42,9 +42,7 @@ hbbtv_sim::SimulatedHost& host()
 
 void copyAnswerBytes(const HbbtvCommandPayload& request, HbbtvServiceRequestAnswer& answer)
 {
-    const size_t room = hbbtv_sim::answerRecordSize(request.command);
-    memset(static_cast<void*>(&answer), 0, room);
-    memcpy(static_cast<void*>(&answer), answerBytes.data(), std::min(room, answerBytes.size()));
+    copyInto(&answer, hbbtv_sim::answerRecordSize(request.command), answerBytes.data(), answerBytes.size());
 }
 
 ZR_HBBTV_Core::HbbtvBackendTVService& serviceAnswering(int command, hbbtv_sim::SimulatedHost::AnswerWriter writer)

@@ -3,6 +3,7 @@
 #ifndef HBBTV_FUZZ_SUPPORT_H
 #define HBBTV_FUZZ_SUPPORT_H
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -34,6 +35,15 @@ inline void check(bool holds, const char* property)
     if (!holds) {
         fprintf(stderr, "property does not hold: %s\n", property);
         abort();
+    }
+}
+
+// Copies as much of bytes as fits into room bytes at to, and zeros the rest.
+inline void copyInto(void* to, size_t room, const uint8_t* bytes, size_t size)
+{
+    memset(to, 0, room);
+    if (size > 0) {
+        memcpy(to, bytes, std::min(room, size));
     }
 }
 

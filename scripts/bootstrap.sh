@@ -3,10 +3,13 @@
 # native and armhf. Safe to run again: it installs only what is missing.
 #   scripts/bootstrap.sh          native toolchain and platform libraries
 #   scripts/bootstrap.sh --armhf  also the armhf cross toolchain, libraries and qemu
+#   scripts/bootstrap.sh --fuzz   also clang and its libFuzzer and sanitizer runtimes
 set -euo pipefail
 
 want_armhf=0
+want_fuzz=0
 [ "${1:-}" = "--armhf" ] && want_armhf=1
+[ "${1:-}" = "--fuzz" ] && want_fuzz=1
 
 sudo_cmd=""
 [ "$(id -u)" -ne 0 ] && sudo_cmd="sudo"
@@ -18,6 +21,7 @@ native_pkgs=(
   android-libbase-dev android-libcutils-dev
   nlohmann-json3-dev
 )
+fuzz_pkgs=(clang libclang-rt-14-dev)
 armhf_pkgs=(
   g++-arm-linux-gnueabihf qemu-user
   android-libutils-dev:armhf android-liblog-dev:armhf
@@ -52,6 +56,11 @@ apt_install() {
 
 mapfile -t todo < <(missing "${native_pkgs[@]}")
 apt_install "${todo[@]}"
+
+if [ "$want_fuzz" -eq 1 ]; then
+  mapfile -t todo < <(missing "${fuzz_pkgs[@]}")
+  apt_install "${todo[@]}"
+fi
 
 if [ "$want_armhf" -eq 1 ]; then
   if ! dpkg --print-foreign-architectures | grep -qx armhf; then
