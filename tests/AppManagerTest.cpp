@@ -2,6 +2,7 @@
 // AIT and applications, keys, windows and page loads, broadcast events, media components.
 #include <chrono>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -135,10 +136,29 @@ TEST(AppManager, KeyCountsAsConsumedWhenEitherEventWas)
     EXPECT_EQ(1, events[0].pressed);
     EXPECT_EQ(0, events[1].pressed);
     EXPECT_NE(std::string::npos, out.find("Browser cant realize this key : " + std::to_string(events[2].eventId)));
+}
 
-    // A negative odd id is taken as a press: unknown, logged, nothing changes.
-    out = stdoutOf([&] { tv.browser.service()->client()->notifyKeyEventConsumed(-1, true); });
-    EXPECT_EQ("Browser cant realize this key : -1\n", out);
+TEST(AppManager, EachHostKeyReachesTheBrowserAsItsCodePressedThenReleased)
+{
+    Television tv;
+    // The remote control's native codes and the codes HbbTV applications see.
+    const std::pair<unsigned int, int> keys[] = { { 398, 403 }, { 399, 404 }, { 400, 405 }, { 401, 406 },
+        { 103, 38 }, { 108, 40 }, { 105, 37 }, { 106, 39 }, { 28, 13 }, { 352, 13 }, { 158, 461 }, { 11, 48 },
+        { 2, 49 }, { 3, 50 }, { 4, 51 }, { 5, 52 }, { 6, 53 }, { 7, 54 }, { 8, 55 }, { 9, 56 }, { 10, 57 },
+        { 207, 415 }, { 119, 19 }, { 128, 413 }, { 208, 417 }, { 168, 412 }, { 388, 459 } };
+    for (const std::pair<unsigned int, int>& key : keys) {
+        EXPECT_TRUE(tv.wrapper->keyClick(key.first)) << key.first;
+    }
+    const std::vector<KeyEvent> events = tv.browser.service()->record().keyEvents;
+    ASSERT_EQ(2 * (sizeof(keys) / sizeof(keys[0])), events.size());
+    for (size_t i = 0; i < events.size(); ++i) {
+        const KeyEvent& e = events[i];
+        EXPECT_EQ(std::make_tuple(keys[i / 2].second, i % 2 == 0 ? 1 : 0, 0, 0),
+            std::make_tuple(e.keyCode, e.pressed, e.arg4, e.arg5))
+            << "key " << keys[i / 2].first;
+        EXPECT_EQ(events[0].eventId + static_cast<int>(i), e.eventId);
+    }
+    EXPECT_EQ(0, events[0].eventId % 2);
 }
 
 TEST(AppManager, WindowsAndLoadsReachTheHost)

@@ -367,3 +367,34 @@ TEST_F(TVServiceChannels, OwnedChannelCopyLivesUntilDestroyed)
     EXPECT_DEATH(service().GetChannelTunerDataInstance(),
         "HbbtvBackendTVService:355: .*GetChannelTunerDataInstance\\(\\): Assertion `m_ChannelTunerDataObj' failed");
 }
+
+TEST_F(TVServiceChannels, KnownIdentifierTypesAndTunerStatesMapInFull)
+{
+    // Host identifier types 0 to 13 and the browser's channel identifier types, as numbers.
+    const int browserType[] = { 0, 10, 11, 12, 13, 14, 15, 16, 20, 21, 22, 30, 40, 41 };
+    std::vector<std::pair<HbbtvChannelListEntry, std::string>> lineup;
+    for (uint16_t host = 0; host < 14; ++host) {
+        lineup.push_back({ HbbtvChannelListEntry { host, 1, 1, 0, host, 0, 0, 0, 0, 0 }, "c" });
+    }
+    answerLineup(14, lineup);
+    std::vector<NCOR::ChannelTunerData*> channels;
+    ASSERT_TRUE(service().getChannelList(channels));
+    ASSERT_EQ(14u, channels.size());
+    for (uint32_t host = 0; host < 14; ++host) {
+        EXPECT_EQ(browserType[host],
+            TranslateChannelData::HbbtvIDType2InteralIDType(
+                static_cast<HbbtvServiceRequestChannelInfoAnswer::HbbtvIDType>(host)))
+            << host;
+        HostChannelInfo info {};
+        info.idType = host;
+        EXPECT_EQ(browserType[host], service().transformHbbtvChannelInfo2ChannelTunerData(info).getIdType()) << host;
+        EXPECT_EQ(browserType[host], channels[host]->getIdType()) << "lineup " << host;
+        delete channels[host];
+    }
+
+    const std::pair<int, int> states[] = { { 1, 1 }, { 12, 10 }, { 101, 101 } };
+    for (const std::pair<int, int>& state : states) {
+        EXPECT_EQ(state.second,
+            service().transformHbbtvTunerState2PlayStateError(static_cast<HbbtvTunerState>(state.first)));
+    }
+}
