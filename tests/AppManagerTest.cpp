@@ -9,6 +9,7 @@
 
 #include "support/AssertDeath.h"
 #include "support/Television.h"
+#include "ZR_HBBTV.implIPC_p.h"
 
 using hbbtv_sim::KeyEvent;
 using hbbtv_sim::KeyReply;
@@ -115,6 +116,24 @@ TEST(AppManager, UserApplicationsOpenAndCloseInWindows)
     EXPECT_TRUE(tv.wrapper->isAppAlive(12345));
 }
 
+TEST(AppManager, UserAppCreatedUpdatesOnlyAnExistingEntry)
+{
+    // The manager as the TV service's server, without the wrapper: this call comes from inside.
+    hbbtv_sim::SimulatedHost host;
+    hbbtv_sim::SimulatedBrowser browser;
+    ASSERT_TRUE(browser.publish());
+    const android::sp<ZR_HBBTV_Core::ZR_HbbtvImplPrivate> manager = new ZR_HBBTV_Core::ZR_HbbtvImplPrivate(&host);
+    ASSERT_TRUE(manager->launchBrowser());
+    browser.service()->addWindow(5, "http://five/");
+    browser.service()->addWindow(6, "http://six/");
+    const int app = manager->prepareCreateApplication();
+    manager->HBBTV_NotifyUserAppCreated(5, app);
+    manager->HBBTV_NotifyUserAppCreated(6, app + 100); // no such entry: nothing is added
+    manager->closeUserCreatedApps();
+    EXPECT_EQ(std::vector<int>{6}, browser.service()->record().openWindows);
+    manager->teardown();
+}
+
 TEST(AppManager, KeyCountsAsConsumedWhenEitherEventWas)
 {
     Television tv;
@@ -186,8 +205,19 @@ TEST(AppManager, WindowsAndLoadsReachTheHost)
     for (const hbbtv_sim::LoadingReport& report : tv.host.record().loading) {
         progress.push_back(report.progress);
     }
-    EXPECT_EQ((std::vector<int>{0, 50, 100, 100, 100}), progress);
     EXPECT_FALSE(tv.host.record().loading.back().hasUrl);
+    // A reload of a known id reports again; a load that reaches exactly 100 is done with it.
+    tv.browser.notifyLoadStarted(5, "http://page/again");
+    tv.browser.notifyLoadProgress(5, 40);
+    tv.browser.notifyLoadStarted(7, "http://seven/");
+    tv.browser.notifyLoadProgress(7, 100);
+    tv.browser.notifyLoadComplete(7);
+    tv.browser.notifyLoadProgress(7, 50);
+    for (size_t i = progress.size(); i < tv.host.record().loading.size(); ++i) {
+        progress.push_back(tv.host.record().loading[i].progress);
+    }
+    EXPECT_EQ((std::vector<int>{0, 50, 100, 100, 100, 0, 40, 0, 100}), progress);
+    EXPECT_EQ("http://page/again", tv.host.record().loading[6].url);
 
     // Completing load 25 keeps the ten ids below it; completing an older one empties the tracker.
     for (int id = 10; id <= 25; ++id) {
@@ -210,8 +240,12 @@ TEST(AppManager, BroadcastEventsReachTheBrowsersClients)
     tv.wrapper->notifyProgrammeChanged(4, 5, 6);
     tv.wrapper->notifyTunerPlundered();
     tv.wrapper->notifySignalLost();
+    // With a channel manager to hear it, a stopped tuner leaves the open windows alone.
+    tv.browser.service()->addWindow(1, "http://one/");
+    tv.browser.notifyNewWindow(1);
     tv.wrapper->tunerStopped(true);
     tv.wrapper->tunerStopped(false);
+    EXPECT_EQ(std::vector<int>{1}, tv.browser.service()->record().openWindows);
     // A changed list is read from the host through the TV service and handed over whole.
     hbbtv_sim::LineupChannel first, second;
     first.channelID3 = 28106;
