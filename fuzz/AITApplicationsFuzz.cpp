@@ -28,12 +28,6 @@ public:
 
 } // namespace
 
-extern "C" int LLVMFuzzerInitialize(int*, char***)
-{
-    hbbtv_fuzz::useOwnSharedMemory();
-    return 0;
-}
-
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     static const android::sp<ZR_HbbtvImplPrivate> manager = new ZR_HbbtvImplPrivate(&hbbtv_fuzz::host());

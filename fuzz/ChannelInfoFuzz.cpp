@@ -25,12 +25,6 @@ void checkCommonMembers(const HostChannelInfo& info, const NCOR::ChannelTunerDat
 
 } // namespace
 
-extern "C" int LLVMFuzzerInitialize(int*, char***)
-{
-    hbbtv_fuzz::useOwnSharedMemory();
-    return 0;
-}
-
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     hbbtv_fuzz::answerBytes.assign(data, data + size);

@@ -33,12 +33,6 @@ void writeLineup(const HbbtvCommandPayload&, HbbtvServiceRequestAnswer& answer)
 
 } // namespace
 
-extern "C" int LLVMFuzzerInitialize(int*, char***)
-{
-    hbbtv_fuzz::useOwnSharedMemory();
-    return 0;
-}
-
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     FuzzedDataProvider input(data, size);

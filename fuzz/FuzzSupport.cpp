@@ -3,8 +3,6 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
-#include <algorithm>
-
 #include "HbbtvBackendGlue.MemoryPool.h"
 
 namespace hbbtv_fuzz {
@@ -23,14 +21,9 @@ public:
 
 } // namespace
 
-void useOwnSharedMemory()
+void copyAnswerBytes(const HbbtvCommandPayload& request, HbbtvServiceRequestAnswer& answer)
 {
-    setenv("HBBTV_SHM_SUFFIX", (".fuzz" + std::to_string(getpid())).c_str(), 1);
-    ZR_HBBTV_Core::backendMallocInit(nullptr);
-    ZR_HBBTV_Core::hbbtvBackendChannelListPool();
-    ZR_HBBTV_Core::hbbtvBackendSchedulingRecordingCollectionPool();
-    shm_unlink(ZR_HBBTV_Core::backendRegionName());
-    shm_unlink(ZR_HBBTV_Core::channelListRegionName());
+    copyInto(&answer, hbbtv_sim::answerRecordSize(request.command), answerBytes.data(), answerBytes.size());
 }
 
 hbbtv_sim::SimulatedHost& host()
@@ -40,20 +33,14 @@ hbbtv_sim::SimulatedHost& host()
     return *instance;
 }
 
-void copyAnswerBytes(const HbbtvCommandPayload& request, HbbtvServiceRequestAnswer& answer)
-{
-    copyInto(&answer, hbbtv_sim::answerRecordSize(request.command), answerBytes.data(), answerBytes.size());
-}
-
 ZR_HBBTV_Core::HbbtvBackendTVService& serviceAnswering(int command, hbbtv_sim::SimulatedHost::AnswerWriter writer)
 {
     static NullClientRegister* const clients = new NullClientRegister;
     static ZR_HBBTV_Core::HbbtvBackendTVService* const service = [] {
         ZR_HBBTV_Core::HbbtvBackendTVService* const created
             = ZR_HBBTV_Core::HbbtvBackendTVService::instantiate(&host(), clients);
-        host().setCompletionSink([created](HbbtvCommandPayload* payload) {
-            created->serviceRequestFinished(payload->ticket);
-        });
+        host().setCompletionSink(
+            [created](HbbtvCommandPayload* payload) { created->serviceRequestFinished(payload->ticket); });
         created->SetHbbTVRunningStatus(true);
         return created;
     }();
@@ -63,3 +50,14 @@ ZR_HBBTV_Core::HbbtvBackendTVService& serviceAnswering(int command, hbbtv_sim::S
 }
 
 } // namespace hbbtv_fuzz
+
+extern "C" int LLVMFuzzerInitialize(int*, char***)
+{
+    setenv("HBBTV_SHM_SUFFIX", (".fuzz" + std::to_string(getpid())).c_str(), 1);
+    ZR_HBBTV_Core::backendMallocInit(nullptr);
+    ZR_HBBTV_Core::hbbtvBackendChannelListPool();
+    ZR_HBBTV_Core::hbbtvBackendSchedulingRecordingCollectionPool();
+    shm_unlink(ZR_HBBTV_Core::backendRegionName());
+    shm_unlink(ZR_HBBTV_Core::channelListRegionName());
+    return 0;
+}

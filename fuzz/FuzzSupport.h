@@ -15,9 +15,9 @@
 
 namespace hbbtv_fuzz {
 
-// Maps both shared regions under names of this process's own and removes the names at once, so
-// that nothing is left in /dev/shm however the process ends. Call before anything else.
-void useOwnSharedMemory();
+// Every target that links this support maps both shared regions at start, under names of the
+// process's own (HBBTV_SHM_SUFFIX), and removes the names at once: nothing is left in /dev/shm
+// however the process ends.
 
 // The bytes the host writes over the answer record of the next request (zeros past their end).
 extern std::vector<uint8_t> answerBytes;

@@ -43,12 +43,6 @@ public:
 
 } // namespace
 
-extern "C" int LLVMFuzzerInitialize(int*, char***)
-{
-    hbbtv_fuzz::useOwnSharedMemory();
-    return 0;
-}
-
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     static const android::sp<Browser> browser = new Browser;

@@ -4,12 +4,6 @@
 using namespace ZR_HBBTV_Core;
 using hbbtv_fuzz::check;
 
-extern "C" int LLVMFuzzerInitialize(int*, char***)
-{
-    hbbtv_fuzz::useOwnSharedMemory();
-    return 0;
-}
-
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     hbbtv_fuzz::answerBytes.assign(data, data + size);
