@@ -38,7 +38,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     }
     // The record as the host wrote it, from the bytes after the answer's base.
     alignas(8) unsigned char record[sizeof(HostChannelInfo)];
-    const size_t at = offsetof(HbbtvServiceRequestChannelInfoAnswer, channelInfo);
+    const size_t at = sizeof(HbbtvServiceRequestAnswer); // the record follows the base answer
     hbbtv_fuzz::copyInto(record, sizeof(record), data + std::min(at, size), size - std::min(at, size));
     HostChannelInfo& info = *reinterpret_cast<HostChannelInfo*>(record);
     checkCommonMembers(info, current);

@@ -11,7 +11,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     hbbtv_fuzz::serviceAnswering(ProgrammeCommand_GetProgrammeInfo).getProgrammes(programmes);
 
     HbbtvServiceRequestProgramInfoAnswer::HbbtvProgramInfo info;
-    const size_t at = std::min(offsetof(HbbtvServiceRequestProgramInfoAnswer, programInfo), size);
+    const size_t at = std::min(sizeof(HbbtvServiceRequestAnswer), size); // the record follows the base answer
     hbbtv_fuzz::copyInto(&info, sizeof(info), data + at, size - at);
     check(programmes.size() == (size > 0 && data[0] != 0 ? 2u : 0u), "present and following, when valid");
     for (NCOR::ProgrammeData* programme : programmes) {
