@@ -260,7 +260,7 @@ TEST(EndToEnd, DefaultBodiesAnswerThroughTheService)
     const android::sp<ITVService> service = tv.browser.tvService();
     service->registerRecordingManagerClient(tv.browser.recordingManagerClient());
     EXPECT_EQ(100, static_cast<int>(service->bindToCurrentInput()));
-    ASSERT_EQ(2u, lines.size()); // their exact lines are checked with the interface's defaults
+    ASSERT_EQ(2u, lines.size()); // the lines themselves are the TV-service library's
     EXPECT_NE(std::string::npos, lines[0].find("ITVService::registerRecordingManagerClient("));
     EXPECT_NE(std::string::npos, lines[1].find("ITVService::bindToCurrentInput()"));
     EXPECT_TRUE(tv.host.record().requests.empty());
