@@ -172,6 +172,9 @@ TEST(ScenarioLanguage, FilesThatCannotBeReadOrParsed)
     const std::string error = fileErrorOf(broken.path());
     EXPECT_EQ(0u, error.find(broken.path() + ": not valid JSON: parse error at line 3, column 27:")) << error;
 
+    ScenarioFileOnDisk overflowing("[{\"step\": \"boot\", \"x\": 8e684}]");
+    EXPECT_EQ(overflowing.path() + ": not valid JSON: number overflow parsing '8e684'", fileErrorOf(overflowing.path()));
+
     ScenarioFileOnDisk commented(
         "// the shortest evening\n[{\"step\": \"boot\"}, /* then */ {\"step\": \"teardown\"}]\n");
     EXPECT_EQ(2u, readScenarioFile(commented.path()).size());
