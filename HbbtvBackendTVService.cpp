@@ -118,6 +118,9 @@ HbbtvBackendTVService* HbbtvBackendTVService::instantiate(Hbbtv_TVServer* server
 void HbbtvBackendTVService::teardown()
 {
     m_tornDown = true;
+    // HbbTV stops with its host: a carousel mount would otherwise retry its refused requests for
+    // forty seconds.
+    SetHbbTVRunningStatus(false);
     Locker<Mutex> lock(m_clientsMutex);
     m_recordingManagerClient.clear();
     m_tvConfigurationClient.clear();

@@ -4,15 +4,18 @@
 #   scripts/bootstrap.sh          native toolchain and platform libraries
 #   scripts/bootstrap.sh --armhf  also the armhf cross toolchain, libraries and qemu
 #   scripts/bootstrap.sh --delivery  also what packaging and checking the packages need
-# (the two options can be given together).
+#   scripts/bootstrap.sh --fuzz   also clang and its libFuzzer and sanitizer runtimes
+# (the options can be given together).
 set -euo pipefail
 
 want_armhf=0
 want_delivery=0
+want_fuzz=0
 for arg in "$@"; do
   case "$arg" in
     --armhf) want_armhf=1 ;;
     --delivery) want_delivery=1 ;;
+    --fuzz) want_fuzz=1 ;;
     *) echo "bootstrap: unknown option $arg" >&2; exit 2 ;;
   esac
 done
@@ -28,6 +31,7 @@ native_pkgs=(
   nlohmann-json3-dev
 )
 delivery_pkgs=(dpkg-dev file lintian)
+fuzz_pkgs=(clang libclang-rt-14-dev)
 armhf_pkgs=(
   g++-arm-linux-gnueabihf qemu-user
   android-libutils-dev:armhf android-liblog-dev:armhf
@@ -65,6 +69,10 @@ apt_install "${todo[@]}"
 
 if [ "$want_delivery" -eq 1 ]; then
   mapfile -t todo < <(missing "${delivery_pkgs[@]}")
+  apt_install "${todo[@]}"
+fi
+if [ "$want_fuzz" -eq 1 ]; then
+  mapfile -t todo < <(missing "${fuzz_pkgs[@]}")
   apt_install "${todo[@]}"
 fi
 

@@ -553,7 +553,7 @@ std::vector<StepCall> readScenarioFile(const std::string& path)
     try {
         // Comments (// and /* */) are allowed: scenario files are written by people.
         scenario = Json::parse(text.str(), nullptr, true, true);
-    } catch (const Json::parse_error& error) {
+    } catch (const Json::exception& error) { // a parse error, or a number too large for a double
         std::string message = error.what();
         const size_t prefixEnd = message.find("] ");
         if (prefixEnd != std::string::npos) {

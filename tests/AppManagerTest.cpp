@@ -2,12 +2,14 @@
 // AIT and applications, keys, windows and page loads, broadcast events, media components.
 #include <chrono>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include <gtest/gtest.h>
 
 #include "support/AssertDeath.h"
 #include "support/Television.h"
+#include "ZR_HBBTV.implIPC_p.h"
 
 using hbbtv_sim::KeyEvent;
 using hbbtv_sim::KeyReply;
@@ -114,6 +116,24 @@ TEST(AppManager, UserApplicationsOpenAndCloseInWindows)
     EXPECT_TRUE(tv.wrapper->isAppAlive(12345));
 }
 
+TEST(AppManager, UserAppCreatedUpdatesOnlyAnExistingEntry)
+{
+    // The manager as the TV service's server, without the wrapper: this call comes from inside.
+    hbbtv_sim::SimulatedHost host;
+    hbbtv_sim::SimulatedBrowser browser;
+    ASSERT_TRUE(browser.publish());
+    const android::sp<ZR_HBBTV_Core::ZR_HbbtvImplPrivate> manager = new ZR_HBBTV_Core::ZR_HbbtvImplPrivate(&host);
+    ASSERT_TRUE(manager->launchBrowser());
+    browser.service()->addWindow(5, "http://five/");
+    browser.service()->addWindow(6, "http://six/");
+    const int app = manager->prepareCreateApplication();
+    manager->HBBTV_NotifyUserAppCreated(5, app);
+    manager->HBBTV_NotifyUserAppCreated(6, app + 100); // no such entry: nothing is added
+    manager->closeUserCreatedApps();
+    EXPECT_EQ(std::vector<int>{6}, browser.service()->record().openWindows);
+    manager->teardown();
+}
+
 TEST(AppManager, KeyCountsAsConsumedWhenEitherEventWas)
 {
     Television tv;
@@ -135,10 +155,29 @@ TEST(AppManager, KeyCountsAsConsumedWhenEitherEventWas)
     EXPECT_EQ(1, events[0].pressed);
     EXPECT_EQ(0, events[1].pressed);
     EXPECT_NE(std::string::npos, out.find("Browser cant realize this key : " + std::to_string(events[2].eventId)));
+}
 
-    // A negative odd id is taken as a press: unknown, logged, nothing changes.
-    out = stdoutOf([&] { tv.browser.service()->client()->notifyKeyEventConsumed(-1, true); });
-    EXPECT_EQ("Browser cant realize this key : -1\n", out);
+TEST(AppManager, EachHostKeyReachesTheBrowserAsItsCodePressedThenReleased)
+{
+    Television tv;
+    // The remote control's native codes and the codes HbbTV applications see.
+    const std::pair<unsigned int, int> keys[] = { { 398, 403 }, { 399, 404 }, { 400, 405 }, { 401, 406 },
+        { 103, 38 }, { 108, 40 }, { 105, 37 }, { 106, 39 }, { 28, 13 }, { 352, 13 }, { 158, 461 }, { 11, 48 },
+        { 2, 49 }, { 3, 50 }, { 4, 51 }, { 5, 52 }, { 6, 53 }, { 7, 54 }, { 8, 55 }, { 9, 56 }, { 10, 57 },
+        { 207, 415 }, { 119, 19 }, { 128, 413 }, { 208, 417 }, { 168, 412 }, { 388, 459 } };
+    for (const std::pair<unsigned int, int>& key : keys) {
+        EXPECT_TRUE(tv.wrapper->keyClick(key.first)) << key.first;
+    }
+    const std::vector<KeyEvent> events = tv.browser.service()->record().keyEvents;
+    ASSERT_EQ(2 * (sizeof(keys) / sizeof(keys[0])), events.size());
+    for (size_t i = 0; i < events.size(); ++i) {
+        const KeyEvent& e = events[i];
+        EXPECT_EQ(std::make_tuple(keys[i / 2].second, i % 2 == 0 ? 1 : 0, 0, 0),
+            std::make_tuple(e.keyCode, e.pressed, e.arg4, e.arg5))
+            << "key " << keys[i / 2].first;
+        EXPECT_EQ(events[0].eventId + static_cast<int>(i), e.eventId);
+    }
+    EXPECT_EQ(0, events[0].eventId % 2);
 }
 
 TEST(AppManager, WindowsAndLoadsReachTheHost)
@@ -166,8 +205,19 @@ TEST(AppManager, WindowsAndLoadsReachTheHost)
     for (const hbbtv_sim::LoadingReport& report : tv.host.record().loading) {
         progress.push_back(report.progress);
     }
-    EXPECT_EQ((std::vector<int>{0, 50, 100, 100, 100}), progress);
     EXPECT_FALSE(tv.host.record().loading.back().hasUrl);
+    // A reload of a known id reports again; a load that reaches exactly 100 is done with it.
+    tv.browser.notifyLoadStarted(5, "http://page/again");
+    tv.browser.notifyLoadProgress(5, 40);
+    tv.browser.notifyLoadStarted(7, "http://seven/");
+    tv.browser.notifyLoadProgress(7, 100);
+    tv.browser.notifyLoadComplete(7);
+    tv.browser.notifyLoadProgress(7, 50);
+    for (size_t i = progress.size(); i < tv.host.record().loading.size(); ++i) {
+        progress.push_back(tv.host.record().loading[i].progress);
+    }
+    EXPECT_EQ((std::vector<int>{0, 50, 100, 100, 100, 0, 40, 0, 100}), progress);
+    EXPECT_EQ("http://page/again", tv.host.record().loading[6].url);
 
     // Completing load 25 keeps the ten ids below it; completing an older one empties the tracker.
     for (int id = 10; id <= 25; ++id) {
@@ -190,8 +240,12 @@ TEST(AppManager, BroadcastEventsReachTheBrowsersClients)
     tv.wrapper->notifyProgrammeChanged(4, 5, 6);
     tv.wrapper->notifyTunerPlundered();
     tv.wrapper->notifySignalLost();
+    // With a channel manager to hear it, a stopped tuner leaves the open windows alone.
+    tv.browser.service()->addWindow(1, "http://one/");
+    tv.browser.notifyNewWindow(1);
     tv.wrapper->tunerStopped(true);
     tv.wrapper->tunerStopped(false);
+    EXPECT_EQ(std::vector<int>{1}, tv.browser.service()->record().openWindows);
     // A changed list is read from the host through the TV service and handed over whole.
     hbbtv_sim::LineupChannel first, second;
     first.channelID3 = 28106;
@@ -245,45 +299,4 @@ TEST(AppManager, WithoutAChannelManagerTheTunerStopClosesWindows)
     EXPECT_TRUE(tv.browser.service()->record().openWindows.empty());
     EXPECT_EQ("[ZR_HBBTV]: notifySignalLost(): m_channelManagerClient is null\n",
               stdoutOf([&] { tv.wrapper->notifySignalLost(); }));
-}
-
-TEST(AppManager, MediaComponentsTravelBothWays)
-{
-    Television tv;
-    MultimediaComponentData audio;
-    audio.kind = 7;
-    audio.text1 = "deu";
-    audio.text2 = "AAC";
-    audio.value1 = 1;
-    audio.flag = true;
-    audio.value2 = 2;
-    audio.value3 = 3;
-    audio.trailingFlag = true;
-    tv.browser.notifyAudioComponentsChanged({audio}, 5);
-    tv.browser.notifySubtitleComponentsChanged({}, 6);
-    const std::vector<hbbtv_sim::ComponentReport> reports = tv.host.record().components;
-    ASSERT_EQ(2u, reports.size());
-    EXPECT_TRUE(reports[0].audio);
-    EXPECT_EQ(5, reports[0].value);
-    ASSERT_EQ(1u, reports[0].components.size());
-    const HbbtvMultimediaComponentData& host = reports[0].components[0];
-    EXPECT_EQ("deu", host.text1);
-    EXPECT_EQ("AAC", host.text2);
-    EXPECT_EQ((std::vector<uint32_t>{1, 2, 3}), (std::vector<uint32_t>{host.value1, host.value2, host.value3}));
-    EXPECT_TRUE(host.flag);
-    EXPECT_FALSE(reports[1].audio);
-    EXPECT_TRUE(reports[1].components.empty());
-
-    tv.wrapper->selectMMSubtitleComponent(HbbtvMultimediaComponentData{"eng", "dvb", 4, false, 5, 6});
-    tv.wrapper->forceReleaseMMResource();
-    const hbbtv_sim::BrowserServiceRecord browser = tv.browser.service()->record();
-    ASSERT_EQ(1u, browser.componentSelections.size());
-    const hbbtv_sim::ComponentSelection& chosen = browser.componentSelections[0];
-    EXPECT_FALSE(chosen.audio);
-    EXPECT_EQ(1, chosen.component.kind);
-    EXPECT_FALSE(chosen.component.trailingFlag);
-    EXPECT_EQ("eng", chosen.component.text1);
-    EXPECT_EQ(5u, chosen.component.value2);
-    EXPECT_EQ(6u, chosen.value);
-    EXPECT_EQ(1u, browser.mmResourceReleases);
 }

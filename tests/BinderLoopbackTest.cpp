@@ -2,7 +2,6 @@
 #include <atomic>
 #include <chrono>
 #include <thread>
-#include <vector>
 
 #include <binder/IServiceManager.h>
 #include <gtest/gtest.h>
@@ -129,65 +128,4 @@ TEST_F(BinderLoopback, DeathReachesEachLinkedRecipientOnce)
     EXPECT_EQ(android::DEAD_OBJECT, proxy->linkToDeath(new Recipient));
     EXPECT_EQ(nullptr, android::interface_cast<IProbe>(proxy));
     EXPECT_EQ(nullptr, service.promote()); // the dead binder lets its service go
-}
-
-// Look-ups, links and deaths from several threads at once. Every service and binder is kept until
-// all threads are joined: libutils' reference counts are invisible to ThreadSanitizer, so a last
-// release on another thread than the last use would be reported although it is ordered.
-TEST_F(BinderLoopback, ConcurrentRegistrationLookupAndDeath)
-{
-    constexpr int kWriters = 4;
-    constexpr int kRounds = 500;
-    std::atomic<bool> stop{false};
-    std::atomic<int> heard{0};
-
-    struct Counter : IBinder::DeathRecipient {
-        explicit Counter(std::atomic<int>& count) : heard(count) {}
-        void binderDied(const wp<IBinder>&) override { ++heard; }
-        std::atomic<int>& heard;
-    };
-    const auto nameOf = [](int writer) { return String16(("probe" + std::to_string(writer)).c_str()); };
-
-    std::vector<std::thread> readers;
-    for (int reader = 0; reader < 2; ++reader) {
-        readers.emplace_back([&] {
-            std::atomic<int> ignored{0};
-            const sp<Counter> counter = new Counter(ignored);
-            while (!stop) {
-                for (int writer = 0; writer < kWriters; ++writer) {
-                    const sp<IBinder> proxy = sm->checkService(nameOf(writer));
-                    const sp<IProbe> probe = android::interface_cast<IProbe>(proxy);
-                    if (probe != nullptr && proxy->linkToDeath(counter) == android::OK) {
-                        EXPECT_EQ(42, probe->answer());
-                        proxy->unlinkToDeath(counter);
-                    }
-                }
-            }
-        });
-    }
-    std::vector<std::vector<sp<IBinder>>> kept(kWriters);
-    std::vector<std::thread> writers;
-    for (int writer = 0; writer < kWriters; ++writer) {
-        writers.emplace_back([&, writer] {
-            const sp<Counter> counter = new Counter(heard);
-            for (int round = 0; round < kRounds; ++round) {
-                const sp<Probe> probe = new Probe;
-                sm->addService(nameOf(writer), probe);
-                const sp<IBinder> proxy = sm->getService(nameOf(writer));
-                kept[writer].push_back(probe);
-                kept[writer].push_back(proxy);
-                proxy->linkToDeath(counter);
-                EXPECT_TRUE(loopback_binder::killService(nameOf(writer)));
-            }
-        });
-    }
-    for (std::thread& writer : writers) {
-        writer.join();
-    }
-    stop = true;
-    for (std::thread& reader : readers) {
-        reader.join();
-    }
-    EXPECT_EQ(kWriters * kRounds, heard);
-    EXPECT_EQ(0u, sm->listServices().size());
 }

@@ -5,6 +5,7 @@
 #include <android/log.h>
 
 #include <chrono>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -77,7 +78,7 @@ TEST(EndToEnd, UnansweredRequestComesBackNotValidAfterItsBudget)
     EXPECT_EQ(1u, tv.host.record().requests.size());
 }
 
-TEST(EndToEnd, BrowserDeathTellsTheHostOnceAndRebindWorks)
+TEST(EndToEnd, EachBrowserDeathIsToldOnceAcrossRebinds)
 {
     Television tv;
     ASSERT_TRUE(tv.browser.die());
@@ -92,36 +93,124 @@ TEST(EndToEnd, BrowserDeathTellsTheHostOnceAndRebindWorks)
     tv.browser.tvService()->stopVideo();
     EXPECT_TRUE(tv.host.waitForCompletions(1, kWait));
     EXPECT_EQ(1u, tv.host.record().browserDied);
+
+    // The rebound browser is watched too: its death is told once more.
+    ASSERT_TRUE(tv.browser.die());
+    ASSERT_TRUE(tv.host.waitForBrowserDied(2, kWait));
+    EXPECT_EQ(2u, tv.host.record().browserDied);
 }
 
-TEST(EndToEnd, LateCallsAfterTeardownAreHarmlessAndReinitRefuses)
+TEST(EndToEnd, AfterTeardownClientsAreReleasedNothingPassesAndOperationsRefuse)
 {
     Television tv;
     const android::sp<ITVService> service = tv.browser.tvService();
     const android::sp<IYXTClient> client = tv.browser.service()->client();
+    const android::sp<IYXTMMClient> mmClient = tv.browser.service()->mmClient();
     ASSERT_NE(nullptr, client);
+    // Clients that only the library holds: once it lets them go, they are gone.
+    android::wp<IAITSignallingClient> ait;
+    android::wp<IChannelManagerClient> channels;
+    android::wp<IDSMCCClient> dsmcc;
+    android::wp<ITvConfigurationClient> configuration;
+    {
+        const android::sp<IAITSignallingClient> a = new hbbtv_sim::SimulatedAITSignallingClient;
+        const android::sp<IChannelManagerClient> c = new hbbtv_sim::SimulatedChannelManagerClient;
+        const android::sp<IDSMCCClient> d = new hbbtv_sim::SimulatedDSMCCClient;
+        const android::sp<ITvConfigurationClient> t = new hbbtv_sim::SimulatedTvConfigurationClient;
+        service->registerAITSignallingClient(a);
+        service->registerChannelManagerClient(c);
+        service->registerDSMCCClient(d);
+        service->registerTvConfigurationClient(t);
+        ait = a;
+        channels = c;
+        dsmcc = d;
+        configuration = t;
+    }
+    tv.wrapper->SetHbbTVRunningStatus(true);
+    const hbbtv_sim::BrowserServiceRecord before = tv.browser.service()->record();
     tv.destroyWrapper();
+    EXPECT_EQ(nullptr, ait.promote());
+    EXPECT_EQ(nullptr, channels.promote());
+    EXPECT_EQ(nullptr, dsmcc.promote());
+    EXPECT_EQ(nullptr, configuration.promote());
 
-    // The browser still holds the TV service and the manager as its client.
+    // The browser still holds the TV service and the manager's clients: every call is refused at
+    // once with its failure value, and nothing reaches the host or the browser.
     const auto start = std::chrono::steady_clock::now();
+    NCOR::ChannelTunerData channel;
+    std::vector<NCOR::ChannelTunerData*> list;
+    std::vector<NCOR::ProgrammeData*> programmes;
+    std::string text = "kept";
+    EXPECT_EQ(0, static_cast<int>(service->tune(channel)));
+    EXPECT_FALSE(service->getCurrentChannel(channel));
+    EXPECT_FALSE(service->getChannelList(list));
+    EXPECT_FALSE(service->requestOCResourceMount("dvb://1.2.3.4/", text));
+    EXPECT_FALSE(service->getAudioDescriptionEnable());
+    EXPECT_EQ(3, service->getParentalControlThreshold());
+    EXPECT_FALSE(service->getAllProgrammesForChannel(channel, programmes));
+    EXPECT_EQ(NCOR::Broadcast::RECORDING_STATE_NOT_SUPPORTED, service->scheduleRecording(NCOR::RecordingData()));
+    service->getCountryId(text);
+    service->getProgrammes(programmes);
     service->stopVideo();
-    EXPECT_LT(secondsSince(start), 1.0); // refused, not sent
+    EXPECT_EQ("kept", text);
+    EXPECT_TRUE(list.empty() && programmes.empty());
     service->registerAITSignallingClient(tv.browser.aitSignallingClient());
     client->notifyNewWindow(5);
+    client->notifyWindowClosed(5);
     client->notifyKeyEventConsumed(1, true);
     client->notifyLoadStarted(3, "http://late");
-    tv.browser.notifyAudioComponentsChanged({MultimediaComponentData()}, 1);
-    EXPECT_TRUE(tv.host.record().requests.empty());
-    EXPECT_TRUE(tv.host.record().loading.empty());
-    EXPECT_TRUE(tv.host.record().components.empty());
+    client->notifyLoadProgress(3, 50);
+    client->notifyLoadComplete(3);
+    client->notifyInitialLayoutCompleted(3);
+    mmClient->notifyAudioComponentsChanged({ MultimediaComponentData() }, 1);
+    mmClient->notifySubtitleComponentsChanged({ MultimediaComponentData() }, 1);
+    ASSERT_TRUE(tv.browser.die());
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(1));
+    const hbbtv_sim::HostRecord host = tv.host.record();
+    EXPECT_TRUE(host.requests.empty());
+    EXPECT_TRUE(host.loading.empty());
+    EXPECT_TRUE(host.anyAppRunning.empty());
+    EXPECT_TRUE(host.components.empty());
+    EXPECT_EQ(0u, host.browserDied);
+    EXPECT_EQ(before.keyEvents.size(), tv.browser.service()->record().keyEvents.size());
+    EXPECT_TRUE(tv.browser.aitSignallingClient()->record().newAITs.empty());
 
     // The library is initialised once per process: a new wrapper refuses what needs the manager.
     ZR_HbbtvImplInterface* again = CreateHbbtvWrapper();
     again->init(&tv.host);
     EXPECT_FALSE(again->launchBrowser());
     EXPECT_FALSE(again->isBrowserReady());
+    EXPECT_FALSE(again->keyClick(398));
     EXPECT_EQ(0, again->prepareCreateApplication());
     DestroyHbbtvWrapper(again);
+}
+
+TEST(EndToEnd, NullClientsAndAnUnboundBrowserAreRefusedNotFollowed)
+{
+    Television tv(Television::Unbound);
+    tv.wrapper->init(&tv.host);
+    EXPECT_FALSE(tv.wrapper->keyClick(398)); // no browser bound: at once, without waiting
+    ASSERT_TRUE(tv.browser.publish());
+    ASSERT_TRUE(tv.wrapper->launchBrowser());
+    ASSERT_TRUE(tv.browser.registerClients());
+    ASSERT_TRUE(tv.wrapper->isBrowserReady());
+
+    const android::sp<ITVService> service = tv.browser.tvService();
+    service->registerAITSignallingClient(nullptr);
+    service->registerChannelManagerClient(nullptr);
+    service->registerDSMCCClient(nullptr);
+    service->registerTvConfigurationClient(nullptr);
+    EXPECT_FALSE(tv.wrapper->isBrowserReady());
+    ZR_HBBTV_Core::AITApps apps;
+    apps.count = 0;
+    EXPECT_FALSE(tv.wrapper->newAITNotification(1, apps));
+    tv.wrapper->notifyChannelChanged(1, 2, 3);
+    tv.wrapper->tunerStopped(true);
+    tv.wrapper->notifyStreamEvent("dvb://1.2.3", "event", "data", "trigger");
+    tv.wrapper->notifyChannelListChanged();
+    EXPECT_EQ(0, tv.wrapper->toggleDigitalTeletext()); // no teletext client: "not handled"
+    EXPECT_TRUE(tv.browser.channelManagerClient()->record().channelChanges.empty());
+    EXPECT_TRUE(tv.browser.dsmccClient()->record().streamEvents.empty());
 }
 
 TEST(EndToEnd, KeyClickWaitsForTheBrowsersVerdict)
@@ -175,7 +264,7 @@ TEST(EndToEnd, DefaultBodiesAnswerThroughTheService)
     const android::sp<ITVService> service = tv.browser.tvService();
     service->registerRecordingManagerClient(tv.browser.recordingManagerClient());
     EXPECT_EQ(100, static_cast<int>(service->bindToCurrentInput()));
-    ASSERT_EQ(2u, lines.size()); // their exact lines are checked with the interface's defaults
+    ASSERT_EQ(2u, lines.size()); // the lines themselves are the TV-service library's
     EXPECT_NE(std::string::npos, lines[0].find("ITVService::registerRecordingManagerClient("));
     EXPECT_NE(std::string::npos, lines[1].find("ITVService::bindToCurrentInput()"));
     EXPECT_TRUE(tv.host.record().requests.empty());

@@ -1,5 +1,7 @@
 // Interfaces shared with other binaries (the host, the browser, the platform) are bound by the
 // position of each operation in the virtual table, not by name: check every position in use.
+#include <vector>
+
 #include <gtest/gtest.h>
 
 #include "IAITSignallingClient.h"
@@ -7,6 +9,7 @@
 #include "IDSMCCClient.h"
 #include "IWindow.h"
 #include "IYXTClient.h"
+#include "IYXTMMClient.h"
 #include "IYXTService.h"
 #include "ZR_HbbtvImplInterface.h"
 #include "support/SlotIndex.h"
@@ -20,28 +23,52 @@ long own(int position)
 {
     return 3 + position;
 }
+
+// Positions in use must run from first without a gap, in declaration order.
+void expectConsecutive(long first, const std::vector<long>& slots, const char* interface)
+{
+    for (size_t i = 0; i < slots.size(); ++i) {
+        EXPECT_EQ(first + static_cast<long>(i), slots[i]) << interface << " operation " << i;
+    }
+}
 } // namespace
 
 TEST(SlotOrder, HostBoundary)
 {
-    EXPECT_EQ(0, slotIndex(&Hbbtv_TVServer::HBBTV_CommandHandler));
-    EXPECT_EQ(1, slotIndex(&Hbbtv_TVServer::HBBTV_ServiceRequestHandler));
-    EXPECT_EQ(4, slotIndex(&Hbbtv_TVServer::HBBTV_BrowserDiedNotification));
-    EXPECT_EQ(5, slotIndex(&Hbbtv_TVServer::HBBTV_NotifyUserAppCreated));
-    EXPECT_EQ(9, slotIndex(&Hbbtv_TVServer::HBBTV_NotifyMultimediaSubtitleComponentDataChanged));
+    typedef Hbbtv_TVServer S;
+    expectConsecutive(0,
+        { slotIndex(&S::HBBTV_CommandHandler), slotIndex(&S::HBBTV_ServiceRequestHandler),
+            slotIndex(&S::HBBTV_HeartBeatNotification), slotIndex(&S::HBBTV_LoadingNotification),
+            slotIndex(&S::HBBTV_BrowserDiedNotification), slotIndex(&S::HBBTV_NotifyUserAppCreated),
+            slotIndex(&S::HBBTV_DelegateAction), slotIndex(&S::HBBTV_ReportIsAnyAppRunning),
+            slotIndex(&S::HBBTV_NotifyMultimediaAudioComponentDataChanged),
+            slotIndex(&S::HBBTV_NotifyMultimediaSubtitleComponentDataChanged) },
+        "Hbbtv_TVServer");
 
-    EXPECT_EQ(0, slotIndex(&HbbtvBackendClientRegister::registerAITSignallingClient));
-    EXPECT_EQ(3, slotIndex(&HbbtvBackendClientRegister::registerTvConfigurationClient));
+    typedef HbbtvBackendClientRegister R;
+    expectConsecutive(0,
+        { slotIndex(&R::registerAITSignallingClient), slotIndex(&R::registerChannelManagerClient),
+            slotIndex(&R::registerDSMCCClient), slotIndex(&R::registerTvConfigurationClient) },
+        "HbbtvBackendClientRegister");
 
     // After the two destructor entries, operations 1 to 33.
-    EXPECT_EQ(2 + 0, slotIndex(&ZR_HbbtvImplInterface::init));
-    EXPECT_EQ(2 + 2, slotIndex(&ZR_HbbtvImplInterface::toggleDigitalTeletext));
-    EXPECT_EQ(2 + 8, slotIndex(&ZR_HbbtvImplInterface::keyClick));
-    EXPECT_EQ(2 + 13, slotIndex(&ZR_HbbtvImplInterface::notifyHbbtvServiceRequestFinished));
-    EXPECT_EQ(2 + 17, slotIndex(&ZR_HbbtvImplInterface::isBrowserReady));
-    EXPECT_EQ(2 + 24, slotIndex(&ZR_HbbtvImplInterface::setupEnvVar));
-    EXPECT_EQ(2 + 28, slotIndex(&ZR_HbbtvImplInterface::selectMMAudioComponent));
-    EXPECT_EQ(2 + 32, slotIndex(&ZR_HbbtvImplInterface::notifyTunerPlundered));
+    typedef ZR_HbbtvImplInterface W;
+    expectConsecutive(2,
+        { slotIndex(&W::init), slotIndex(&W::deinit), slotIndex(&W::toggleDigitalTeletext),
+            slotIndex(&W::notifyChannelChanged), slotIndex(&W::newAITNotification), slotIndex(&W::noAITNotification),
+            slotIndex(&W::tunerStopped), slotIndex(&W::launchBrowser), slotIndex(&W::keyClick),
+            slotIndex(&W::prepareCreateApplication), slotIndex(&W::createApplication),
+            slotIndex(&W::closeUserCreatedApps), slotIndex(&W::notifyBroadbandAccessAvailable),
+            slotIndex(&W::notifyHbbtvServiceRequestFinished), slotIndex(&W::notifyStreamEvent),
+            slotIndex(&W::setCookiesEnabledAttribute), slotIndex(&W::sendCookiesEnabledAttribute),
+            slotIndex(&W::isBrowserReady), slotIndex(&W::notifyTimezoneChanged), slotIndex(&W::notifyLocaleChanged),
+            slotIndex(&W::notifyParentalRatingChange), slotIndex(&W::notifyProgrammeChanged),
+            slotIndex(&W::SetHbbTVRunningStatus), slotIndex(&W::isAppAlive), slotIndex(&W::setupEnvVar),
+            slotIndex(&W::unsetEnvVar), slotIndex(&W::killCurrentApp), slotIndex(&W::notifyChannelListChanged),
+            slotIndex(&W::selectMMAudioComponent), slotIndex(&W::selectMMSubtitleComponent),
+            slotIndex(&W::forceReleaseMMResource), slotIndex(&W::notifySignalLost),
+            slotIndex(&W::notifyTunerPlundered) },
+        "ZR_HbbtvImplInterface");
 }
 
 TEST(SlotOrder, BrowserServiceAndWindow)
@@ -63,11 +90,17 @@ TEST(SlotOrder, BrowserServiceAndWindow)
 
 TEST(SlotOrder, BrowserClients)
 {
-    EXPECT_EQ(own(1), slotIndex(&IYXTClient::notifyNewWindow));
-    EXPECT_EQ(own(6), slotIndex(&IYXTClient::notifyLoadFailed));
-    EXPECT_EQ(own(7), slotIndex(&IYXTClient::notifyWindowPainted));
-    EXPECT_EQ(own(8), slotIndex(&IYXTClient::notifyKeyEventConsumed));
-    EXPECT_EQ(own(9), slotIndex(&IYXTClient::notifyInitialLayoutCompleted));
+    expectConsecutive(own(1),
+        { slotIndex(&IYXTClient::notifyNewWindow), slotIndex(&IYXTClient::notifyWindowClosed),
+            slotIndex(&IYXTClient::notifyLoadStarted), slotIndex(&IYXTClient::notifyLoadProgress),
+            slotIndex(&IYXTClient::notifyLoadComplete), slotIndex(&IYXTClient::notifyLoadFailed),
+            slotIndex(&IYXTClient::notifyWindowPainted), slotIndex(&IYXTClient::notifyKeyEventConsumed),
+            slotIndex(&IYXTClient::notifyInitialLayoutCompleted) },
+        "IYXTClient");
+    expectConsecutive(own(1),
+        { slotIndex(&IYXTMMClient::notifyAudioComponentsChanged),
+            slotIndex(&IYXTMMClient::notifySubtitleComponentsChanged) },
+        "IYXTMMClient");
 
     EXPECT_EQ(slotIndex(&IAITSignallingClient::signalNewAIT) + 1, slotIndex(&IAITSignallingClient::signalNoAIT));
 

@@ -14,7 +14,6 @@
 using namespace ZR_HBBTV_Core;
 using hbbtv_sim::ReceivedRequest;
 using hbbtv_test::countOf;
-using hbbtv_test::Wire;
 
 namespace {
 
@@ -256,23 +255,16 @@ TEST_F(TVServiceChannels, UnansweredChannelRequestsGiveTheirFailureValues)
     EXPECT_EQ(4u, requests().size());
 }
 
-TEST_F(TVServiceChannels, TunerCommandsAndConstantAnswers)
+TEST_F(TVServiceChannels, ConstantAnswers)
 {
     service().suspendBroadcastService();
     EXPECT_FALSE(service().isBroadcastServiceSuspended());
-    service().resumeBroadcastService();
-    service().leaveLiveIn();
-    service().returnLiveIn();
-    const std::vector<Wire> expected
-        = { { TunerCommand_SuspendTuner, 0, 0, "", "" }, { TunerCommand_ResumeTuner, 0, 0, "", "" },
-              { TunerCommand_ExitLiveIn, 0, 0, "", "" }, { TunerCommand_ReturnLiveIn, 0, 0, "", "" } };
-    EXPECT_EQ(expected, wires());
 
-    // The supported types replace what the list held; any type is taken as supported.
+    // The DVB types are appended to what the list held; any type is taken as supported.
     std::vector<NCOR::Broadcast::ChannelIDType> types = { NCOR::Broadcast::ID_ANALOG };
     service().getSupportedChannelIDType(types);
-    EXPECT_EQ(1, std::count(types.begin(), types.end(), NCOR::Broadcast::ID_ANALOG));
-    EXPECT_EQ(1, std::count(types.begin(), types.end(), NCOR::Broadcast::ID_DVB_T2));
+    const std::vector<int> numbers(types.begin(), types.end());
+    EXPECT_EQ((std::vector<int> { 0, 10, 11, 12, 13, 14, 15, 16 }), numbers);
     EXPECT_TRUE(service().canSupportChannelType(NCOR::Broadcast::ID_ATSC_T));
 }
 
@@ -309,23 +301,11 @@ TEST_F(TVServiceChannels, TranslatorsMapIdentifierTypesAndTunerStates)
         output);
 }
 
-TEST_F(TVServiceChannels, ChannelManagerNotificationsNeedTheClient)
+TEST_F(TVServiceChannels, ChannelManagerNotificationsReachTheRegisteredClient)
 {
-    std::string output = stdoutOf([&] {
-        service().notifyChannelModified(channel(1, 2, 3));
-        service().notifyAccessToBroadcastResources(true);
-    });
-    EXPECT_EQ("\e[0;32;32m[MSG][HbbTV-APM]notifyChannelModified pass in\e[0m\n"
-              "\e[0;32;31m[ERR][HbbTV-SYS]HbbtvBackendTVService notifyChannelModified 1876\e[0m\n"
-              "\e[0;32;31m[ERR][HbbTV-SYS]m_channelManagerClient is null point\e[0m\n"
-              "\e[0;32;32m[MSG][HbbTV-APM]notifyAccessToBroadcastResources pass in\e[0m\n"
-              "\e[0;32;31m[ERR][HbbTV-SYS]HbbtvBackendTVService notifyAccessToBroadcastResources 1892\e[0m\n"
-              "\e[0;32;31m[ERR][HbbTV-SYS]m_channelManagerClient is null point\e[0m\n",
-        output);
-
     const android::sp<hbbtv_sim::SimulatedChannelManagerClient> client = new hbbtv_sim::SimulatedChannelManagerClient;
     service().registerChannelManagerClient(client);
-    output = stdoutOf([&] {
+    const std::string output = stdoutOf([&] {
         service().notifyChannelModified(channel(77, 2, 3));
         service().notifyAccessToBroadcastResources(false);
     });
@@ -334,13 +314,6 @@ TEST_F(TVServiceChannels, ChannelManagerNotificationsNeedTheClient)
     EXPECT_EQ(std::vector<bool> { false }, client->record().broadcastAccess);
     EXPECT_EQ(1u, countOf(output, "[MSG][HbbTV-APM]notifyChannelModified pass out"));
     EXPECT_EQ(1u, countOf(output, "[MSG][HbbTV-APM]notifyAccessToBroadcastResources pass out"));
-
-    output = stdoutOf([&] {
-        service().notifyChannelAdded(channel(1, 2, 3));
-        service().notifyChannelRemoved(channel(1, 2, 3));
-    });
-    EXPECT_EQ(1u, countOf(output, "[ERR][HbbTV-Not implement]HbbtvBackendTVService notifyChannelAdded 1906"));
-    EXPECT_EQ(1u, countOf(output, "[ERR][HbbTV-Not implement]HbbtvBackendTVService notifyChannelRemoved 1913"));
     EXPECT_TRUE(requests().empty());
 }
 
@@ -392,4 +365,35 @@ TEST_F(TVServiceChannels, IdentifierTypesOutsideTheTableAreAnalogueWhereverTheHo
     }
     EXPECT_EQ(NCOR::Broadcast::ID_ANALOG, TranslateChannelData::hostIDType(0xFFFFFFFFu));
     EXPECT_EQ(NCOR::Broadcast::ID_IPTV_URI, TranslateChannelData::hostIDType(13));
+}
+
+TEST_F(TVServiceChannels, KnownIdentifierTypesAndTunerStatesMapInFull)
+{
+    // Host identifier types 0 to 13 and the browser's channel identifier types, as numbers.
+    const int browserType[] = { 0, 10, 11, 12, 13, 14, 15, 16, 20, 21, 22, 30, 40, 41 };
+    std::vector<std::pair<HbbtvChannelListEntry, std::string>> lineup;
+    for (uint16_t host = 0; host < 14; ++host) {
+        lineup.push_back({ HbbtvChannelListEntry { host, 1, 1, 0, host, 0, 0, 0, 0, 0 }, "c" });
+    }
+    answerLineup(14, lineup);
+    std::vector<NCOR::ChannelTunerData*> channels;
+    ASSERT_TRUE(service().getChannelList(channels));
+    ASSERT_EQ(14u, channels.size());
+    for (uint32_t host = 0; host < 14; ++host) {
+        EXPECT_EQ(browserType[host],
+            TranslateChannelData::HbbtvIDType2InteralIDType(
+                static_cast<HbbtvServiceRequestChannelInfoAnswer::HbbtvIDType>(host)))
+            << host;
+        HostChannelInfo info {};
+        info.idType = host;
+        EXPECT_EQ(browserType[host], service().transformHbbtvChannelInfo2ChannelTunerData(info).getIdType()) << host;
+        EXPECT_EQ(browserType[host], channels[host]->getIdType()) << "lineup " << host;
+        delete channels[host];
+    }
+
+    const std::pair<int, int> states[] = { { 1, 1 }, { 12, 10 }, { 101, 101 } };
+    for (const std::pair<int, int>& state : states) {
+        EXPECT_EQ(state.second,
+            service().transformHbbtvTunerState2PlayStateError(static_cast<HbbtvTunerState>(state.first)));
+    }
 }

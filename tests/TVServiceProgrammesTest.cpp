@@ -8,7 +8,6 @@
 
 using namespace ZR_HBBTV_Core;
 using hbbtv_test::countOf;
-using hbbtv_test::Wire;
 
 namespace {
 
@@ -49,10 +48,6 @@ TEST_F(TVServiceProgrammes, PresentThenFollowingProgrammeWithOverlongTextsCut)
     NCOR::ProgrammeData stale;
     std::vector<NCOR::ProgrammeData*> programmes = { &stale }; // dropped, not freed
     service().getProgrammes(programmes);
-
-    const std::vector<Wire> expected
-        = { { ProgrammeCommand_GetProgrammeInfo, 1, 0, "", "" }, { ProgrammeCommand_GetProgrammeInfo, 0, 0, "", "" } };
-    EXPECT_EQ(expected, wires());
 
     ASSERT_EQ(2u, programmes.size());
     EXPECT_EQ("Now", programmes[0]->getName());
@@ -108,17 +103,8 @@ TEST_F(TVServiceProgrammes, WholeScheduleIsFilledInPlaceByTheHost)
     channel.setChannelID("ccid:dvbt:tv:1.2.3:4:x");
     NCOR::ProgrammeData* const kept = new NCOR::ProgrammeData;
     std::vector<NCOR::ProgrammeData*> programmes = { kept };
-    bool answered = false;
-    const std::string output = stdoutOf([&] { answered = service().getAllProgrammesForChannel(channel, programmes); });
-
-    EXPECT_TRUE(answered);
+    EXPECT_TRUE(service().getAllProgrammesForChannel(channel, programmes));
     EXPECT_TRUE(resultInSharedRegion);
-    EXPECT_EQ("\e[0;32;32m[MSG][HbbTV-APM]getAllProgrammesForChannel pass in\e[0m\n"
-              "\e[0;32;32m[MSG][HbbTV-APM]getAllProgrammesForChannel pass out\e[0m\n",
-        output);
-    ASSERT_EQ(1u, requests().size());
-    EXPECT_EQ(hbbtv_sim::PayloadRecord::WithStrParams, requests()[0].record);
-    EXPECT_EQ("", requests()[0].strParam1);
 
     ASSERT_EQ(3u, programmes.size());
     EXPECT_EQ(kept, programmes[0]);
@@ -159,18 +145,11 @@ TEST_F(TVServiceProgrammes, SIDescriptorsArePassedOnInOrder)
         });
 
     std::vector<std::vector<unsigned char>> descriptors = { { 0x01 } };
-    const std::string output = stdoutOf([&] {
-        service().getSIDescriptors(
-            std::string(300, 'p'), NCOR::EIT::DESCRIPTOR_SHORT_EVENT, NCOR::EIT::EXTENSION_TARGET_REGION, descriptors);
-    });
-
+    service().getSIDescriptors(
+        std::string(300, 'p'), NCOR::EIT::DESCRIPTOR_SHORT_EVENT, NCOR::EIT::EXTENSION_TARGET_REGION, descriptors);
     const std::vector<std::vector<unsigned char>> expected = { { 0x01 }, { 0x4D, 0x01, 0xAA }, {}, { 0x54, 0x00 } };
     EXPECT_EQ(expected, descriptors);
-    EXPECT_EQ(
-        std::vector<Wire> { Wire(ProgrammeCommand_GetSIDescriptors, 0x4D, 0x09, std::string(254, 'p'), "") }, wires());
-    EXPECT_EQ("\e[0;32;32m[MSG][HbbTV-BC]getSIDescriptors pass in\e[0m\n"
-              "\e[0;32;32m[MSG][HbbTV-BC]getSIDescriptors pass out\e[0m\n",
-        output);
+    EXPECT_EQ(std::string(254, 'p'), requests().at(0).strParam1);
 }
 
 TEST_F(TVServiceProgrammes, UnansweredProgrammeRequestsLeaveTheOutputAlone)

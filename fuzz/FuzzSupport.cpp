@@ -1,0 +1,63 @@
+#include "FuzzSupport.h"
+
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include "HbbtvBackendGlue.MemoryPool.h"
+
+namespace hbbtv_fuzz {
+
+std::vector<uint8_t> answerBytes;
+
+namespace {
+
+class NullClientRegister : public HbbtvBackendClientRegister {
+public:
+    void registerAITSignallingClient(const android::sp<IAITSignallingClient>&) override { }
+    void registerChannelManagerClient(const android::sp<IChannelManagerClient>&) override { }
+    void registerDSMCCClient(const android::sp<IDSMCCClient>&) override { }
+    void registerTvConfigurationClient(const android::sp<ITvConfigurationClient>&) override { }
+};
+
+} // namespace
+
+void copyAnswerBytes(const HbbtvCommandPayload& request, HbbtvServiceRequestAnswer& answer)
+{
+    copyInto(&answer, hbbtv_sim::answerRecordSize(request.command), answerBytes.data(), answerBytes.size());
+}
+
+hbbtv_sim::SimulatedHost& host()
+{
+    // Both live as long as the process: the service and the agent keep pointing at them.
+    static hbbtv_sim::SimulatedHost* const instance = new hbbtv_sim::SimulatedHost;
+    return *instance;
+}
+
+ZR_HBBTV_Core::HbbtvBackendTVService& serviceAnswering(int command, hbbtv_sim::SimulatedHost::AnswerWriter writer)
+{
+    static NullClientRegister* const clients = new NullClientRegister;
+    static ZR_HBBTV_Core::HbbtvBackendTVService* const service = [] {
+        ZR_HBBTV_Core::HbbtvBackendTVService* const created
+            = ZR_HBBTV_Core::HbbtvBackendTVService::instantiate(&host(), clients);
+        host().setCompletionSink(
+            [created](HbbtvCommandPayload* payload) { created->serviceRequestFinished(payload->ticket); });
+        created->SetHbbTVRunningStatus(true);
+        return created;
+    }();
+    host().clearRecord(); // the host records every request: keep the process small
+    host().setAnswerWriterFor(command, std::move(writer));
+    return *service;
+}
+
+} // namespace hbbtv_fuzz
+
+extern "C" int LLVMFuzzerInitialize(int*, char***)
+{
+    setenv("HBBTV_SHM_SUFFIX", (".fuzz" + std::to_string(getpid())).c_str(), 1);
+    ZR_HBBTV_Core::backendMallocInit(nullptr);
+    ZR_HBBTV_Core::hbbtvBackendChannelListPool();
+    ZR_HBBTV_Core::hbbtvBackendSchedulingRecordingCollectionPool();
+    shm_unlink(ZR_HBBTV_Core::backendRegionName());
+    shm_unlink(ZR_HBBTV_Core::channelListRegionName());
+    return 0;
+}
