@@ -12,6 +12,7 @@
 #include "HbbtvBackendGlue.Util.h"
 #include "HbbtvBackendTVService.h"
 #include "plx_scope_lock.h"
+#include "HbbtvBackendGlue.Trace.h"
 
 namespace ZR_HBBTV_Core {
 
@@ -191,6 +192,7 @@ NCOR::Broadcast::PlayStateError HbbtvBackendTVService::transformHbbtvTunerState2
 
 NCOR::Broadcast::PlayStateError HbbtvBackendTVService::tune(const NCOR::ChannelTunerData& channel)
 {
+    if (trace::on()) trace::Line("request", "tune").arg("idType", channel.getIdType()).arg("onid", channel.getOnid()).arg("tsid", channel.getTsid()).arg("sid", channel.getSid());
     std::unique_ptr<HbbtvServiceRequestAnswer> answer = HbbtvServiceRequestAnswer::create();
     std::unique_ptr<HbbtvCommandPayloadWithChannelIDInfo> payload;
     if (!channel.getIpBroadcastID().empty() && channel.getSid() == -1 && channel.getOnid() == -1) {
@@ -207,6 +209,7 @@ NCOR::Broadcast::PlayStateError HbbtvBackendTVService::tune(const NCOR::ChannelT
 
 NCOR::Broadcast::PlayStateError HbbtvBackendTVService::bindToCurrentChannel(const NCOR::ChannelTunerData& channel)
 {
+    if (trace::on()) trace::Line("request", "bindToCurrentChannel").arg("idType", channel.getIdType()).arg("onid", channel.getOnid()).arg("tsid", channel.getTsid()).arg("sid", channel.getSid());
     plx_scope_lock lock(&m_tvSericeMutex,
         "virtual NCOR::Broadcast::PlayStateError "
         "ZR_HBBTV_Core::HbbtvBackendTVService::bindToCurrentChannel(const NCOR::ChannelTunerData&)",
@@ -220,6 +223,7 @@ NCOR::Broadcast::PlayStateError HbbtvBackendTVService::bindToCurrentChannel(cons
 
 bool HbbtvBackendTVService::getCurrentChannel(NCOR::ChannelTunerData& channel)
 {
+    if (trace::on()) trace::Line("request", "getCurrentChannel");
     std::unique_ptr<HbbtvServiceRequestChannelInfoAnswer> answer(new HbbtvServiceRequestChannelInfoAnswer());
     std::unique_ptr<HbbtvCommandPayload> payload(new HbbtvCommandPayload(TunerCommand_GetCurrentChannelInfo));
     sendServiceRequest(payload, answer);
@@ -232,6 +236,7 @@ bool HbbtvBackendTVService::getCurrentChannel(NCOR::ChannelTunerData& channel)
 
 bool HbbtvBackendTVService::getChannelList(std::vector<NCOR::ChannelTunerData*>& channels)
 {
+    if (trace::on()) trace::Line("request", "getChannelList");
     HbbtvChannelListPool* const pool = hbbtvBackendChannelListPool();
     if (pool == nullptr) {
         return false;
@@ -298,11 +303,13 @@ bool HbbtvBackendTVService::getChannelList(std::vector<NCOR::ChannelTunerData*>&
 
 void HbbtvBackendTVService::suspendBroadcastService()
 {
+    if (trace::on()) trace::Line("request", "suspendBroadcastService");
     sendPlainCommand(TunerCommand_SuspendTuner);
 }
 
 void HbbtvBackendTVService::resumeBroadcastService()
 {
+    if (trace::on()) trace::Line("request", "resumeBroadcastService");
     sendPlainCommand(TunerCommand_ResumeTuner);
 }
 
@@ -313,11 +320,13 @@ bool HbbtvBackendTVService::isBroadcastServiceSuspended()
 
 void HbbtvBackendTVService::leaveLiveIn()
 {
+    if (trace::on()) trace::Line("request", "leaveLiveIn");
     sendPlainCommand(TunerCommand_ExitLiveIn);
 }
 
 void HbbtvBackendTVService::returnLiveIn()
 {
+    if (trace::on()) trace::Line("request", "returnLiveIn");
     sendPlainCommand(TunerCommand_ReturnLiveIn);
 }
 
