@@ -10,10 +10,10 @@
 #include <condition_variable>
 #include <cstdio>
 #include <cstdlib>
+#include <chrono>
 #include <cstring>
 #include <deque>
 #include <mutex>
-#include <unordered_map>
 
 #include "HbbtvBackendRecords.h"
 
@@ -25,6 +25,7 @@ std::atomic<bool> g_on(false);
 namespace {
 
 const uint64_t kMiB = 1u << 20;
+const std::chrono::milliseconds kWriterPeriod(20);
 
 uint64_t monotonicMicroseconds()
 {
@@ -68,6 +69,7 @@ private:
     std::atomic<uint64_t> m_droppedTotal{0};
     bool m_running = false;
     bool m_stopping = false;
+    bool m_flushWanted = false;
     pthread_t m_writer;
     Settings m_settings;
     // The writer thread's own.
@@ -131,6 +133,8 @@ void Recorder::flush()
 {
     std::unique_lock<std::mutex> lock(m_mutex);
     const uint64_t target = m_queuedUpTo;
+    m_flushWanted = true;
+    m_wake.notify_one();
     m_written.wait(lock, [this, target] { return !m_running || m_writtenUpTo >= target; });
 }
 
@@ -152,7 +156,9 @@ void Recorder::commit(std::string& text)
     text += "}\n";
     m_queue.push_back(std::move(text));
     m_queuedUpTo = seq;
-    if (m_queue.size() == 1) {
+    // The writer wakes by itself every few milliseconds; it is woken early only when the buffer
+    // fills, so that a line costs no wake-up of another thread.
+    if (m_queue.size() == m_settings.bufferLines / 2 + 1) {
         m_wake.notify_one();
     }
 }
@@ -169,7 +175,10 @@ void Recorder::writerLoop()
     std::deque<std::string> batch;
     std::unique_lock<std::mutex> lock(m_mutex);
     for (;;) {
-        m_wake.wait(lock, [this] { return m_stopping || !m_queue.empty() || m_droppedPending != 0; });
+        m_wake.wait_for(lock, kWriterPeriod, [this] {
+            return m_stopping || m_flushWanted || m_queue.size() > m_settings.bufferLines / 2;
+        });
+        m_flushWanted = false;
         batch.swap(m_queue);
         const uint64_t upTo = m_queuedUpTo;
         const uint64_t droppedNow = m_droppedPending;
@@ -249,12 +258,14 @@ void Recorder::writeDropCount(uint64_t count)
     writeLine(text);
 }
 
-// Issue times by ticket, for the time to completion. Only the agent thread touches it.
-std::unordered_map<uint32_t, uint64_t>& issueTimes()
-{
-    static std::unordered_map<uint32_t, uint64_t>* const times = new std::unordered_map<uint32_t, uint64_t>();
-    return *times;
-}
+// Issue times by ticket, for the time to completion: a slot per ticket modulo its size, enough
+// for the requests a host can hold at once. Only the agent thread touches it.
+struct IssueTime {
+    uint32_t ticket;
+    uint64_t microseconds;
+};
+const size_t kIssueSlots = 1024;
+IssueTime g_issueTimes[kIssueSlots];
 
 } // namespace
 
@@ -328,7 +339,7 @@ Line::~Line()
 
 void commandIssued(const HbbtvCommandPayload& payload, uint32_t ticket)
 {
-    issueTimes()[ticket] = monotonicMicroseconds();
+    g_issueTimes[ticket % kIssueSlots] = IssueTime{ticket, monotonicMicroseconds()};
     Line("command", convertBackendCommandToString(payload.command))
         .arg("ticket", ticket)
         .arg("command", payload.command)
@@ -342,13 +353,12 @@ namespace {
 
 uint64_t takeElapsed(uint32_t ticket)
 {
-    std::unordered_map<uint32_t, uint64_t>& times = issueTimes();
-    const std::unordered_map<uint32_t, uint64_t>::iterator issued = times.find(ticket);
-    if (issued == times.end()) {
-        return 0;
+    IssueTime& issued = g_issueTimes[ticket % kIssueSlots];
+    if (issued.ticket != ticket || issued.microseconds == 0) {
+        return 0; // issued before recording began, or its slot taken by a later request
     }
-    const uint64_t elapsed = monotonicMicroseconds() - issued->second;
-    times.erase(issued);
+    const uint64_t elapsed = monotonicMicroseconds() - issued.microseconds;
+    issued.microseconds = 0;
     return elapsed;
 }
 

@@ -1,6 +1,6 @@
 #include "HbbtvBackendGlue.TraceJson.h"
 
-#include <cinttypes>
+#include <charconv>
 #include <cmath>
 #include <cstdio>
 
@@ -135,15 +135,15 @@ void TraceJson::value(bool flag)
 void TraceJson::value(int64_t number)
 {
     char buffer[24];
-    snprintf(buffer, sizeof buffer, "%" PRId64, number);
-    m_out += buffer;
+    const std::to_chars_result end = std::to_chars(buffer, buffer + sizeof buffer, number);
+    m_out.append(buffer, end.ptr);
 }
 
 void TraceJson::value(uint64_t number)
 {
     char buffer[24];
-    snprintf(buffer, sizeof buffer, "%" PRIu64, number);
-    m_out += buffer;
+    const std::to_chars_result end = std::to_chars(buffer, buffer + sizeof buffer, number);
+    m_out.append(buffer, end.ptr);
 }
 
 void TraceJson::value(double number)
