@@ -192,7 +192,7 @@ NCOR::Broadcast::PlayStateError HbbtvBackendTVService::transformHbbtvTunerState2
 
 NCOR::Broadcast::PlayStateError HbbtvBackendTVService::tune(const NCOR::ChannelTunerData& channel)
 {
-    if (trace::on()) trace::Line("request", "tune").arg("idType", channel.getIdType()).arg("onid", channel.getOnid()).arg("tsid", channel.getTsid()).arg("sid", channel.getSid());
+    if (trace::on()) trace::Line("request", "tune").arg("idType", channel.getIdType()).arg("onid", channel.getOnid()).arg("sid", channel.getSid()).arg("major", channel.getMajorChannel()).arg("ipBroadcastID", channel.getIpBroadcastID());
     std::unique_ptr<HbbtvServiceRequestAnswer> answer = HbbtvServiceRequestAnswer::create();
     std::unique_ptr<HbbtvCommandPayloadWithChannelIDInfo> payload;
     if (!channel.getIpBroadcastID().empty() && channel.getSid() == -1 && channel.getOnid() == -1) {
@@ -203,13 +203,14 @@ NCOR::Broadcast::PlayStateError HbbtvBackendTVService::tune(const NCOR::ChannelT
             TunerCommand_TuneTo, channel.getSid(), channel.getOnid(), channel.getMajorChannel()));
     }
     sendServiceRequest(payload, answer);
+    if (trace::on()) trace::Line("reply", "tune").arg("result", answer->intValue1);
     // Not checked for validity: a request that was not answered reports 0, as the answer was made.
     return static_cast<NCOR::Broadcast::PlayStateError>(answer->intValue1);
 }
 
 NCOR::Broadcast::PlayStateError HbbtvBackendTVService::bindToCurrentChannel(const NCOR::ChannelTunerData& channel)
 {
-    if (trace::on()) trace::Line("request", "bindToCurrentChannel").arg("idType", channel.getIdType()).arg("onid", channel.getOnid()).arg("tsid", channel.getTsid()).arg("sid", channel.getSid());
+    if (trace::on()) trace::Line("request", "bindToCurrentChannel").arg("idType", channel.getIdType()).arg("onid", channel.getOnid()).arg("sid", channel.getSid()).arg("major", channel.getMajorChannel()).arg("ipBroadcastID", channel.getIpBroadcastID());
     plx_scope_lock lock(&m_tvSericeMutex,
         "virtual NCOR::Broadcast::PlayStateError "
         "ZR_HBBTV_Core::HbbtvBackendTVService::bindToCurrentChannel(const NCOR::ChannelTunerData&)",
@@ -218,6 +219,7 @@ NCOR::Broadcast::PlayStateError HbbtvBackendTVService::bindToCurrentChannel(cons
     std::unique_ptr<HbbtvCommandPayloadWithChannelIDInfo> payload(new HbbtvCommandPayloadWithChannelIDInfo(
         TunerCommand_Bind2CurrentChannel, channel.getSid(), channel.getOnid(), channel.getMajorChannel()));
     sendServiceRequest(payload, answer);
+    if (trace::on()) trace::Line("reply", "bindToCurrentChannel").arg("result", answer->intValue1);
     return static_cast<NCOR::Broadcast::PlayStateError>(answer->intValue1);
 }
 
@@ -231,6 +233,7 @@ bool HbbtvBackendTVService::getCurrentChannel(NCOR::ChannelTunerData& channel)
         return false;
     }
     TranslateChannelData()(answer->channelInfo, channel);
+    if (trace::on()) trace::Line("reply", "getCurrentChannel").arg("onid", channel.getOnid()).arg("sid", channel.getSid()).arg("name", channel.getName());
     return true;
 }
 

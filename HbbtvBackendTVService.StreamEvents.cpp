@@ -119,6 +119,7 @@ bool HbbtvBackendTVService::requestOCResourceMount(const std::string& url, std::
         sendServiceRequest(payload, answer);
         if (answer->valid != 0) {
             mountPoint = hostTerminatedText(answer->strValue1);
+            if (trace::on()) trace::Line("reply", "requestOCResourceMount").arg("mountPoint", mountPoint);
             return true;
         }
         if (answer->refused != 0) {

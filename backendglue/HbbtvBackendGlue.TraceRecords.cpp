@@ -102,16 +102,27 @@ void describe(Line& line, const HbbtvServiceRequestAVInfoAnswer& answer)
 void describe(Line& line, const AITApps& apps)
 {
     line.arg("count", apps.count).arg("apps", static_cast<uint64_t>(apps.apps.size()));
-    for (size_t i = 0; i < apps.apps.size() && i < 8; ++i) {
+    for (size_t i = 0; i < apps.apps.size(); ++i) {
         const AITApp& app = apps.apps[i];
-        const std::string key = "app" + std::to_string(i);
-        line.begin(key.c_str())
+        line.begin(("app" + std::to_string(i)).c_str())
             .arg("id", app.applicationId)
             .arg("org", app.organisationId)
             .arg("control", app.controlCode)
+            .arg("visibility", app.visibility)
+            .arg("priority", app.priority)
+            .arg("serviceBound", app.serviceBound)
             .arg("name", app.name)
             .arg("location", app.location)
-            .end();
+            .arg("transports", static_cast<uint64_t>(app.transports.size()))
+            .arg("boundaries", static_cast<uint64_t>(app.boundaries.size()));
+        for (size_t t = 0; t < app.transports.size(); ++t) {
+            line.arg(("protocol" + std::to_string(t)).c_str(), app.transports[t].protocolId)
+                .arg(("base" + std::to_string(t)).c_str(), app.transports[t].baseUrl);
+        }
+        for (size_t b = 0; b < app.boundaries.size(); ++b) {
+            line.arg(("boundary" + std::to_string(b)).c_str(), app.boundaries[b]);
+        }
+        line.end();
     }
 }
 
