@@ -50,13 +50,13 @@ void HbbtvBackendTVService::setViewport(bool fullScreen, int x, int y, int width
 
 void HbbtvBackendTVService::selectAVComponent(const NCOR::AVComponentData& component)
 {
-    if (trace::on()) trace::Line("request", "selectAVComponent");
+    if (trace::on()) trace::Line("request", "selectAVComponent").arg("type", component.getComponentType()).arg("tag", component.getComponentTag());
     switchComponent(TunerCommand_SelectAVComponent, component);
 }
 
 void HbbtvBackendTVService::unselectAVComponent(const NCOR::AVComponentData& component)
 {
-    if (trace::on()) trace::Line("request", "unselectAVComponent");
+    if (trace::on()) trace::Line("request", "unselectAVComponent").arg("type", component.getComponentType()).arg("tag", component.getComponentTag());
     switchComponent(TunerCommand_UnselectAVComponent, component);
 }
 

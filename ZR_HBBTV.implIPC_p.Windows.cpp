@@ -142,6 +142,7 @@ void ZR_HbbtvImplPrivate::notifyInitialLayoutCompleted(int loadId)
 
 void ZR_HbbtvImplPrivate::notifyLoadComplete(int loadId)
 {
+    if (trace::on()) trace::Line("browser", "notifyLoadComplete").arg("loadId", loadId);
     if (loadId < kFirstTrackedLoad || _gotKilled) {
         return;
     }
@@ -174,8 +175,9 @@ void ZR_HbbtvImplPrivate::notifyLoadComplete(int loadId)
     }
 }
 
-void ZR_HbbtvImplPrivate::notifyLoadFailed(int, const std::string&, int)
+void ZR_HbbtvImplPrivate::notifyLoadFailed(int loadId, const std::string& url, int error)
 {
+    if (trace::on()) trace::Line("browser", "notifyLoadFailed").arg("loadId", loadId).arg("url", url).arg("error", error);
 }
 
 void ZR_HbbtvImplPrivate::notifyWindowPainted(int, int, int, int, int)
