@@ -1,16 +1,17 @@
 # Records the built-in evening with HBBTV_TRACE and replays it: no divergence. Then replays a copy
 # whose tune answer was edited (the host's result 101 becomes 5): exactly that divergence, with
 # both sides and the sequence number, and exit status 1.
+string(REPLACE "|" ";" EMULATOR "${EMULATOR}") # empty on a native build
 file(REMOVE_RECURSE "${WORK}")
 file(MAKE_DIRECTORY "${WORK}")
 set(ENV{HBBTV_TRACE} "${WORK}/evening.jsonl")
-execute_process(COMMAND "${SIMULATOR}" RESULT_VARIABLE played OUTPUT_QUIET)
+execute_process(COMMAND ${EMULATOR} "${SIMULATOR}" RESULT_VARIABLE played OUTPUT_QUIET)
 unset(ENV{HBBTV_TRACE})
 if(NOT played EQUAL 0)
   message(FATAL_ERROR "recording the evening failed: ${played}")
 endif()
 
-execute_process(COMMAND "${SIMULATOR}" --replay "${WORK}/evening.jsonl" RESULT_VARIABLE replayed
+execute_process(COMMAND ${EMULATOR} "${SIMULATOR}" --replay "${WORK}/evening.jsonl" RESULT_VARIABLE replayed
                 OUTPUT_VARIABLE output)
 string(REGEX MATCHALL "\\[replay\\][^\n]*" lines "${output}")
 string(REPLACE ";" "\n" lines "${lines}")
@@ -32,7 +33,7 @@ foreach(line IN LISTS recorded)
   string(APPEND edited "${line}\n")
 endforeach()
 file(WRITE "${WORK}/edited.jsonl" "${edited}")
-execute_process(COMMAND "${SIMULATOR}" --replay "${WORK}/edited.jsonl" RESULT_VARIABLE replayed
+execute_process(COMMAND ${EMULATOR} "${SIMULATOR}" --replay "${WORK}/edited.jsonl" RESULT_VARIABLE replayed
                 OUTPUT_VARIABLE output)
 message("${output}")
 if(NOT replayed EQUAL 1)

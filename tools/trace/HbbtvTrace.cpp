@@ -4,6 +4,8 @@
 //
 // Exit status 0; 1 when a file cannot be read or holds no trace line; 2 for usage.
 #include <algorithm>
+#include <cstdint>
+#include <utility>
 #include <cstdio>
 #include <fstream>
 #include <map>
@@ -65,10 +67,16 @@ void printSummary(const json& lines)
             ++crossings[kind][name];
         }
     }
-    printf("%zu trace lines", lines.size());
-    if (!lines.empty()) {
-        printf(" over %.3f s", (lines.back().value("t", 0.0) - lines.front().value("t", 0.0)) / 1e6);
+    uint64_t first = UINT64_MAX;
+    uint64_t last = 0;
+    size_t numbered = 0;
+    for (const json& line : lines) {
+        const uint64_t t = line.value("t", uint64_t(0));
+        first = std::min(first, t);
+        last = std::max(last, t);
+        numbered += line.contains("seq") ? 1 : 0;
     }
+    printf("%zu trace lines over %.3f s", numbered, (last - first) / 1e6);
     printf("%s\n\n", dropped != 0 ? (", " + std::to_string(dropped) + " lines dropped while recording").c_str() : "");
     printf("%-44s %7s %10s %10s %9s\n", "command", "count", "p50 ms", "p99 ms", "time-outs");
     for (const auto& entry : commands) {
@@ -147,10 +155,21 @@ int main(int argc, char** argv)
         fprintf(stderr, "hbbtv-trace: no trace lines\n");
         return 1;
     }
-    // Sequence order; the drop counts, which carry none, stay where they were written.
-    std::stable_sort(lines.begin(), lines.end(), [](const json& a, const json& b) {
-        return a.contains("seq") && b.contains("seq") && a["seq"].get<uint64_t>() < b["seq"].get<uint64_t>();
-    });
+    // Sequence order; a drop count, which carries no number, stays after the line it followed.
+    std::vector<std::pair<uint64_t, size_t>> order;
+    uint64_t lastKey = 0;
+    for (size_t i = 0; i < lines.size(); ++i) {
+        lastKey = lines[i].contains("seq") && lines[i]["seq"].is_number_unsigned() ? lines[i]["seq"].get<uint64_t>() * 2
+                                                                                  : lastKey + 1;
+        order.emplace_back(lastKey, i);
+    }
+    std::stable_sort(order.begin(), order.end(),
+                     [](const std::pair<uint64_t, size_t>& a, const std::pair<uint64_t, size_t>& b) { return a.first < b.first; });
+    json sorted = json::array();
+    for (const auto& entry : order) {
+        sorted.push_back(std::move(lines[entry.second]));
+    }
+    lines = std::move(sorted);
     printSummary(lines);
     if (!page.empty()) {
         std::ofstream out(page);
