@@ -301,6 +301,7 @@ bool HbbtvBackendTVService::getChannelList(std::vector<NCOR::ChannelTunerData*>&
         channel->setChannelIndex(entry.numberA);
         channels.push_back(channel);
     }
+    if (trace::on()) trace::Line("reply", "getChannelList").arg("channels", channels.size()).arg("hostCount", pool->count);
     return true;
 }
 

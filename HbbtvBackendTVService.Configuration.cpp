@@ -34,6 +34,7 @@ void HbbtvBackendTVService::getConfigurationID(HbbtvBackendCommand command, std:
     if (answer->valid != 0) {
         out = hostTerminatedText(answer->strValue1);
     }
+    if (trace::on()) trace::Line("reply", "getConfigurationID").arg("command", command).arg("text", out);
 }
 
 void HbbtvBackendTVService::getCountryId(std::string& country)

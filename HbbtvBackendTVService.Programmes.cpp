@@ -48,6 +48,7 @@ void HbbtvBackendTVService::getProgrammes(std::vector<NCOR::ProgrammeData*>& pro
         ProgrammeInfoTranslator()(answer->programInfo, *programme);
         programmes.push_back(programme);
     }
+    if (trace::on()) trace::Line("reply", "getProgrammes").arg("programmes", programmes.size());
 }
 
 // Returns whether the host answered; the programmes it listed are appended, owned by the caller.
