@@ -412,8 +412,20 @@ std::vector<Json> readTrace(const std::string& path)
             lines.push_back(std::move(line));
         }
     }
-    std::stable_sort(lines.begin(), lines.end(),
-                     [](const Json& a, const Json& b) { return a["seq"].get<uint64_t>() < b["seq"].get<uint64_t>(); });
+    // The file is appended to: numbers that start again begin the next recording; the last counts.
+    size_t lastStart = 0;
+    for (size_t i = 1; i < lines.size(); ++i) {
+        if (!lines[i]["seq"].is_number_unsigned() || !lines[i - 1]["seq"].is_number_unsigned()) {
+            throw ScenarioError(path + ": a line without a sequence number");
+        }
+        if (lines[i]["seq"].get<uint64_t>() <= lines[i - 1]["seq"].get<uint64_t>()) {
+            lastStart = i;
+        }
+    }
+    if (lastStart != 0) {
+        printf("[replay] %s holds several recordings; the last one is taken\n", path.c_str());
+        lines.erase(lines.begin(), lines.begin() + static_cast<std::ptrdiff_t>(lastStart));
+    }
     return lines;
 }
 

@@ -5,7 +5,6 @@
 // Exit status 0; 1 when a file cannot be read or holds no trace line; 2 for usage.
 #include <algorithm>
 #include <cstdint>
-#include <utility>
 #include <cstdio>
 #include <fstream>
 #include <map>
@@ -26,7 +25,8 @@ void usage(FILE* out)
             "usage: hbbtv-trace [--html PAGE] TRACE [TRACE...]\n"
             "  Summarises a field trace written by the HbbTV backend glue (HBBTV_TRACE=FILE): per command its\n"
             "  count, answer time (p50, p99) and time-outs; per kind of crossing its count by name. Give the\n"
-            "  rotated file too (TRACE.1 TRACE) to see both; lines are taken in their sequence order.\n"
+            "  rotated file too, oldest first (TRACE.1 TRACE). When the files hold several recordings (the\n"
+            "  middleware started again), the last one is taken.\n"
             "  --html PAGE   also write the timeline: one self-contained HTML page (lanes host, library,\n"
             "                browser; hover for the fields; zoom by time range or by dragging)\n");
 }
@@ -155,21 +155,26 @@ int main(int argc, char** argv)
         fprintf(stderr, "hbbtv-trace: no trace lines\n");
         return 1;
     }
-    // Sequence order; a drop count, which carries no number, stays after the line it followed.
-    std::vector<std::pair<uint64_t, size_t>> order;
-    uint64_t lastKey = 0;
+    // The file is appended to, so it may hold several recordings (the middleware started again):
+    // numbers that start again mark the next one. The last is the one summarised.
+    size_t lastStart = 0;
+    unsigned recordings = 1;
+    uint64_t previous = 0;
     for (size_t i = 0; i < lines.size(); ++i) {
-        lastKey = lines[i].contains("seq") && lines[i]["seq"].is_number_unsigned() ? lines[i]["seq"].get<uint64_t>() * 2
-                                                                                  : lastKey + 1;
-        order.emplace_back(lastKey, i);
+        if (!lines[i].contains("seq") || !lines[i]["seq"].is_number_unsigned()) {
+            continue; // a drop count carries no number
+        }
+        const uint64_t seq = lines[i]["seq"].get<uint64_t>();
+        if (seq <= previous) {
+            lastStart = i;
+            ++recordings;
+        }
+        previous = seq;
     }
-    std::stable_sort(order.begin(), order.end(),
-                     [](const std::pair<uint64_t, size_t>& a, const std::pair<uint64_t, size_t>& b) { return a.first < b.first; });
-    json sorted = json::array();
-    for (const auto& entry : order) {
-        sorted.push_back(std::move(lines[entry.second]));
+    if (recordings > 1) {
+        fprintf(stderr, "hbbtv-trace: %u recordings (numbers start again); the last one is shown\n", recordings);
+        lines.erase(lines.begin(), lines.begin() + static_cast<std::ptrdiff_t>(lastStart));
     }
-    lines = std::move(sorted);
     printSummary(lines);
     if (!page.empty()) {
         std::ofstream out(page);

@@ -25,3 +25,11 @@ file(READ "${WORK}.html" page)
 if(page MATCHES "q</script>")
   message(FATAL_ERROR "the trace's text closes the page's script element")
 endif()
+
+# The same trace twice, as a file appended to by two runs of the middleware: the last recording.
+execute_process(COMMAND ${EMULATOR} "${TOOL}" "${DATA}" "${DATA}" RESULT_VARIABLE status
+                OUTPUT_VARIABLE twice ERROR_VARIABLE errors)
+if(NOT status EQUAL 0 OR NOT errors MATCHES "2 recordings \\(numbers start again\\); the last one is shown"
+   OR NOT twice MATCHES "13 trace lines over 1.133 s" OR NOT twice MATCHES "TunerCommand_TuneTo +4 +2.000 +100.000 +0\n")
+  message(FATAL_ERROR "two recordings in one file are not told apart:\n${twice}${errors}")
+endif()
