@@ -34,9 +34,26 @@ uint64_t monotonicMicroseconds()
     return static_cast<uint64_t>(now.tv_sec) * 1000000u + static_cast<uint64_t>(now.tv_nsec) / 1000u;
 }
 
+pthread_key_t g_threadIdKey;
+pthread_once_t g_threadIdKeyOnce = PTHREAD_ONCE_INIT;
+
+void makeThreadIdKey()
+{
+    pthread_key_create(&g_threadIdKey, nullptr);
+}
+
+// The kernel's id of the calling thread (as top and the console show it), asked once per thread.
+// Kept in a thread-specific key rather than a thread_local: the library is loaded with dlopen, and
+// AddressSanitizer's leak check misreads the dynamic thread-local blocks of such a library.
 long threadId()
 {
-    thread_local const long id = syscall(SYS_gettid);
+    pthread_once(&g_threadIdKeyOnce, makeThreadIdKey);
+    const intptr_t known = reinterpret_cast<intptr_t>(pthread_getspecific(g_threadIdKey));
+    if (known != 0) {
+        return static_cast<long>(known);
+    }
+    const long id = syscall(SYS_gettid);
+    pthread_setspecific(g_threadIdKey, reinterpret_cast<void*>(static_cast<intptr_t>(id)));
     return id;
 }
 

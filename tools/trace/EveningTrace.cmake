@@ -1,12 +1,6 @@
 # Records the simulator's built-in evening with HBBTV_TRACE, then summarises it and writes its
 # timeline with hbbtv-trace; fails unless the summary lists the evening's commands and crossings.
 string(REPLACE "|" ";" EMULATOR "${EMULATOR}") # empty on a native build
-# LeakSanitizer's tracer sometimes crashes at the exit of a simulator run with many threads
-# (about one run in five under load, with or without tracing); the simulator's leaks are checked
-# by simulator_scenario, so these runs leave them out.
-if(DEFINED ENV{ASAN_OPTIONS})
-  set(ENV{ASAN_OPTIONS} "$ENV{ASAN_OPTIONS}:detect_leaks=0")
-endif()
 file(REMOVE_RECURSE "${WORK}")
 file(MAKE_DIRECTORY "${WORK}")
 set(ENV{HBBTV_TRACE} "${WORK}/evening.jsonl")
