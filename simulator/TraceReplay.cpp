@@ -495,8 +495,10 @@ int replay(const Options& options, const std::string& tracePath, const std::stri
         return 2;
     }
     const CreateWrapperFunction create = reinterpret_cast<CreateWrapperFunction>(dlsym(library, "CreateHbbtvWrapper"));
-    if (create == nullptr) {
-        fprintf(stderr, "hbbtv_simulator: the library exports no CreateHbbtvWrapper\n");
+    const DestroyWrapperFunction destroy
+        = reinterpret_cast<DestroyWrapperFunction>(dlsym(library, "DestroyHbbtvWrapper"));
+    if (create == nullptr || destroy == nullptr) {
+        fprintf(stderr, "hbbtv_simulator: the library lacks CreateHbbtvWrapper or DestroyHbbtvWrapper\n");
         return 2;
     }
     ReplayHost host(recorded);
@@ -517,7 +519,8 @@ int replay(const Options& options, const std::string& tracePath, const std::stri
     if (!player.deinitPlayed()) {
         wrapper->deinit(); // writes the replay's trace out
     }
-    host.setWrapper(nullptr);
+    host.setWrapper(nullptr); // a host stops reporting to a wrapper it destroys
+    destroy(wrapper);
     shm_unlink(("/hbbtv" + shmSuffix).c_str());
     shm_unlink(("/hbbtvChannelList" + shmSuffix).c_str());
 
