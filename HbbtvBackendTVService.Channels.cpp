@@ -12,6 +12,7 @@
 #include "HbbtvBackendGlue.Util.h"
 #include "HbbtvBackendTVService.h"
 #include "plx_scope_lock.h"
+#include "HbbtvBackendGlue.Trace.h"
 
 namespace ZR_HBBTV_Core {
 
@@ -191,6 +192,7 @@ NCOR::Broadcast::PlayStateError HbbtvBackendTVService::transformHbbtvTunerState2
 
 NCOR::Broadcast::PlayStateError HbbtvBackendTVService::tune(const NCOR::ChannelTunerData& channel)
 {
+    if (trace::on()) trace::Line("request", "tune").arg("idType", channel.getIdType()).arg("onid", channel.getOnid()).arg("sid", channel.getSid()).arg("major", channel.getMajorChannel()).arg("ipBroadcastID", channel.getIpBroadcastID());
     std::unique_ptr<HbbtvServiceRequestAnswer> answer = HbbtvServiceRequestAnswer::create();
     std::unique_ptr<HbbtvCommandPayloadWithChannelIDInfo> payload;
     if (!channel.getIpBroadcastID().empty() && channel.getSid() == -1 && channel.getOnid() == -1) {
@@ -201,12 +203,14 @@ NCOR::Broadcast::PlayStateError HbbtvBackendTVService::tune(const NCOR::ChannelT
             TunerCommand_TuneTo, channel.getSid(), channel.getOnid(), channel.getMajorChannel()));
     }
     sendServiceRequest(payload, answer);
+    if (trace::on()) trace::Line("reply", "tune").arg("result", answer->intValue1);
     // Not checked for validity: a request that was not answered reports 0, as the answer was made.
     return static_cast<NCOR::Broadcast::PlayStateError>(answer->intValue1);
 }
 
 NCOR::Broadcast::PlayStateError HbbtvBackendTVService::bindToCurrentChannel(const NCOR::ChannelTunerData& channel)
 {
+    if (trace::on()) trace::Line("request", "bindToCurrentChannel").arg("idType", channel.getIdType()).arg("onid", channel.getOnid()).arg("sid", channel.getSid()).arg("major", channel.getMajorChannel()).arg("ipBroadcastID", channel.getIpBroadcastID());
     plx_scope_lock lock(&m_tvSericeMutex,
         "virtual NCOR::Broadcast::PlayStateError "
         "ZR_HBBTV_Core::HbbtvBackendTVService::bindToCurrentChannel(const NCOR::ChannelTunerData&)",
@@ -215,11 +219,13 @@ NCOR::Broadcast::PlayStateError HbbtvBackendTVService::bindToCurrentChannel(cons
     std::unique_ptr<HbbtvCommandPayloadWithChannelIDInfo> payload(new HbbtvCommandPayloadWithChannelIDInfo(
         TunerCommand_Bind2CurrentChannel, channel.getSid(), channel.getOnid(), channel.getMajorChannel()));
     sendServiceRequest(payload, answer);
+    if (trace::on()) trace::Line("reply", "bindToCurrentChannel").arg("result", answer->intValue1);
     return static_cast<NCOR::Broadcast::PlayStateError>(answer->intValue1);
 }
 
 bool HbbtvBackendTVService::getCurrentChannel(NCOR::ChannelTunerData& channel)
 {
+    if (trace::on()) trace::Line("request", "getCurrentChannel");
     std::unique_ptr<HbbtvServiceRequestChannelInfoAnswer> answer(new HbbtvServiceRequestChannelInfoAnswer());
     std::unique_ptr<HbbtvCommandPayload> payload(new HbbtvCommandPayload(TunerCommand_GetCurrentChannelInfo));
     sendServiceRequest(payload, answer);
@@ -227,11 +233,13 @@ bool HbbtvBackendTVService::getCurrentChannel(NCOR::ChannelTunerData& channel)
         return false;
     }
     TranslateChannelData()(answer->channelInfo, channel);
+    if (trace::on()) trace::Line("reply", "getCurrentChannel").arg("onid", channel.getOnid()).arg("sid", channel.getSid()).arg("name", channel.getName());
     return true;
 }
 
 bool HbbtvBackendTVService::getChannelList(std::vector<NCOR::ChannelTunerData*>& channels)
 {
+    if (trace::on()) trace::Line("request", "getChannelList");
     HbbtvChannelListPool* const pool = hbbtvBackendChannelListPool();
     if (pool == nullptr) {
         return false;
@@ -293,16 +301,19 @@ bool HbbtvBackendTVService::getChannelList(std::vector<NCOR::ChannelTunerData*>&
         channel->setChannelIndex(entry.numberA);
         channels.push_back(channel);
     }
+    if (trace::on()) trace::Line("reply", "getChannelList").arg("channels", channels.size()).arg("hostCount", pool->count);
     return true;
 }
 
 void HbbtvBackendTVService::suspendBroadcastService()
 {
+    if (trace::on()) trace::Line("request", "suspendBroadcastService");
     sendPlainCommand(TunerCommand_SuspendTuner);
 }
 
 void HbbtvBackendTVService::resumeBroadcastService()
 {
+    if (trace::on()) trace::Line("request", "resumeBroadcastService");
     sendPlainCommand(TunerCommand_ResumeTuner);
 }
 
@@ -313,11 +324,13 @@ bool HbbtvBackendTVService::isBroadcastServiceSuspended()
 
 void HbbtvBackendTVService::leaveLiveIn()
 {
+    if (trace::on()) trace::Line("request", "leaveLiveIn");
     sendPlainCommand(TunerCommand_ExitLiveIn);
 }
 
 void HbbtvBackendTVService::returnLiveIn()
 {
+    if (trace::on()) trace::Line("request", "returnLiveIn");
     sendPlainCommand(TunerCommand_ReturnLiveIn);
 }
 

@@ -5,6 +5,7 @@
 
 #include "HbbtvBackendGlue.Util.h"
 #include "HbbtvBackendTVService.h"
+#include "HbbtvBackendGlue.Trace.h"
 
 namespace ZR_HBBTV_Core {
 
@@ -108,6 +109,7 @@ void AvComponentInfoTranslator::translateSubtitleData(
 void HbbtvBackendTVService::getAVComponents(
     NCOR::Broadcast::ComponentType type, std::vector<NCOR::AVComponentData*>& components)
 {
+    if (trace::on()) trace::Line("request", "getAVComponents").arg("type", type);
     std::unique_ptr<HbbtvServiceRequestAVInfoAnswer> answer = HbbtvServiceRequestAVInfoAnswer::create();
     std::unique_ptr<HbbtvCommandPayload> payload(new HbbtvCommandPayload(TunerCommand_GetAVInfo, 0, type));
     sendServiceRequest(payload, answer);
@@ -119,6 +121,7 @@ void HbbtvBackendTVService::getAVComponents(
 void HbbtvBackendTVService::getActiveAVComponents(
     NCOR::Broadcast::ComponentType type, std::vector<NCOR::AVComponentData*>& components)
 {
+    if (trace::on()) trace::Line("request", "getActiveAVComponents").arg("type", type);
     std::unique_ptr<HbbtvServiceRequestAVInfoAnswer> answer = HbbtvServiceRequestAVInfoAnswer::create();
     std::unique_ptr<HbbtvCommandPayload> payload(new HbbtvCommandPayload(TunerCommand_GetAVInfo, 1, type));
     sendServiceRequest(payload, answer);

@@ -6,6 +6,7 @@
 #include "HbbtvBackendGlue.MemoryPool.h"
 #include "HbbtvBackendGlue.Util.h"
 #include "HbbtvBackendTVService.h"
+#include "HbbtvBackendGlue.Trace.h"
 
 namespace ZR_HBBTV_Core {
 
@@ -29,6 +30,7 @@ void ProgrammeInfoTranslator::operator()(
 // order. What the vector held before is the caller's.
 void HbbtvBackendTVService::getProgrammes(std::vector<NCOR::ProgrammeData*>& programmes)
 {
+    if (trace::on()) trace::Line("request", "getProgrammes");
     programmes.clear();
     const int which[] = { 1, 0 };
     for (int present : which) {
@@ -46,12 +48,14 @@ void HbbtvBackendTVService::getProgrammes(std::vector<NCOR::ProgrammeData*>& pro
         ProgrammeInfoTranslator()(answer->programInfo, *programme);
         programmes.push_back(programme);
     }
+    if (trace::on()) trace::Line("reply", "getProgrammes").arg("programmes", programmes.size());
 }
 
 // Returns whether the host answered; the programmes it listed are appended, owned by the caller.
 bool HbbtvBackendTVService::getAllProgrammesForChannel(
     const NCOR::ChannelTunerData& channel, std::vector<NCOR::ProgrammeData*>& programmes)
 {
+    if (trace::on()) trace::Line("request", "getAllProgrammesForChannel").arg("onid", channel.getOnid()).arg("tsid", channel.getTsid()).arg("sid", channel.getSid());
     printf("\e[0;32;32m[MSG][HbbTV-APM]%s pass in\e[0m\n", "getAllProgrammesForChannel");
     SharedRegionObject<std::vector<HbbtvEPGInformation>> schedule;
     bool answered = false;
@@ -96,6 +100,7 @@ bool HbbtvBackendTVService::getAllProgrammesForChannel(
 void HbbtvBackendTVService::getSIDescriptors(const std::string& programmeID, NCOR::EIT::DescriptorTag tag,
     NCOR::EIT::ExtensionDescriptorTag extensionTag, std::vector<std::vector<unsigned char>>& descriptors)
 {
+    if (trace::on()) trace::Line("request", "getSIDescriptors").arg("programmeID", programmeID).arg("tag", tag).arg("extensionTag", extensionTag);
     printf("\e[0;32;32m[MSG][HbbTV-BC]%s pass in\e[0m\n", "getSIDescriptors");
     SharedRegionObject<std::vector<std::vector<unsigned char>>> found;
     bool answered = false;

@@ -10,6 +10,7 @@
 
 #include "HbbtvBackendGlue.Util.h"
 #include "plx_scope_lock.h"
+#include "HbbtvBackendGlue.Trace.h"
 
 namespace ZR_HBBTV_Core {
 
@@ -230,6 +231,7 @@ bool HbbtvBackendTVService::CheckIfCMClientExisted()
 
 void HbbtvBackendTVService::registerAITSignallingClient(const android::sp<IAITSignallingClient>& client)
 {
+    if (trace::on()) trace::Line("request", "registerAITSignallingClient").arg("client", client != nullptr);
     {
         Locker<Mutex> lock(m_clientsMutex);
         if (!m_tornDown) {
@@ -241,6 +243,7 @@ void HbbtvBackendTVService::registerAITSignallingClient(const android::sp<IAITSi
 
 void HbbtvBackendTVService::registerChannelManagerClient(const android::sp<IChannelManagerClient>& client)
 {
+    if (trace::on()) trace::Line("request", "registerChannelManagerClient").arg("client", client != nullptr);
     {
         Locker<Mutex> lock(m_clientsMutex);
         if (!m_tornDown) {
@@ -252,6 +255,7 @@ void HbbtvBackendTVService::registerChannelManagerClient(const android::sp<IChan
 
 void HbbtvBackendTVService::registerDSMCCClient(const android::sp<IDSMCCClient>& client)
 {
+    if (trace::on()) trace::Line("request", "registerDSMCCClient").arg("client", client != nullptr);
     {
         Locker<Mutex> lock(m_clientsMutex);
         if (!m_tornDown) {
@@ -263,6 +267,7 @@ void HbbtvBackendTVService::registerDSMCCClient(const android::sp<IDSMCCClient>&
 
 void HbbtvBackendTVService::registerTvConfigurationClient(const android::sp<ITvConfigurationClient>& client)
 {
+    if (trace::on()) trace::Line("request", "registerTvConfigurationClient").arg("client", client != nullptr);
     {
         Locker<Mutex> lock(m_clientsMutex);
         if (!m_tornDown) {

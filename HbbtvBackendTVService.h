@@ -17,6 +17,7 @@
 
 #include "HbbtvBackendGlue.MemoryPool.h"
 #include "HbbtvBackendGlue.ServiceAgent.h"
+#include "HbbtvBackendGlue.TraceRecords.h"
 #include "HbbtvBackendRecords.h"
 #include "HbbtvHostRecords.h"
 #include "IAITSignallingClient.h"
@@ -329,6 +330,7 @@ bool HbbtvBackendTVService::sendServiceRequest(std::unique_ptr<Payload>& payload
                                                SharedRegionResult* result)
 {
     const BackendRequestResult outcome = sendToAgent(payload.get(), answer.get());
+    if (trace::on()) trace::requestEnded(*payload, *answer, outcome);
     if (outcome != RequestGivenUp) {
         return outcome == RequestAnswered;
     }

@@ -2,6 +2,8 @@
 
 #include <new>
 
+#include "HbbtvBackendGlue.Trace.h"
+#include "HbbtvBackendGlue.TraceRecords.h"
 #include "ZR_HBBTV.implIPC_p.h"
 
 namespace ZR_HBBTV_Core {
@@ -25,6 +27,8 @@ ZR_HbbtvImpl::~ZR_HbbtvImpl()
 
 void ZR_HbbtvImpl::init(Hbbtv_TVServer* server)
 {
+    trace::startFromEnvironment();
+    if (trace::on()) trace::Line("host", "init");
     if (m_initialised) {
         return;
     }
@@ -40,11 +44,13 @@ void ZR_HbbtvImpl::init(Hbbtv_TVServer* server)
 
 void ZR_HbbtvImpl::deinit()
 {
+    if (trace::on()) trace::Line("host", "deinit");
     if (m_private != nullptr) {
         m_private->teardown();
         m_private.clear();
     }
     m_initialised = false;
+    if (trace::on()) trace::flush();
 }
 
 bool ZR_HbbtvImpl::ready() const
@@ -54,6 +60,7 @@ bool ZR_HbbtvImpl::ready() const
 
 int ZR_HbbtvImpl::toggleDigitalTeletext() const
 {
+    if (trace::on()) trace::Line("host", "toggleDigitalTeletext");
     if (!ready()) {
         return 0;
     }
@@ -66,6 +73,7 @@ int ZR_HbbtvImpl::toggleDigitalTeletext() const
 
 void ZR_HbbtvImpl::notifyChannelChanged(unsigned short a, unsigned short b, unsigned short c) const
 {
+    if (trace::on()) trace::Line("host", "notifyChannelChanged").arg("a", a).arg("b", b).arg("c", c);
     if (ready()) {
         m_private->notifyChannelChanged(a, b, c);
     }
@@ -73,11 +81,13 @@ void ZR_HbbtvImpl::notifyChannelChanged(unsigned short a, unsigned short b, unsi
 
 bool ZR_HbbtvImpl::newAITNotification(unsigned int aitVersion, const AITApps& apps)
 {
+    if (trace::on()) trace::describe(trace::Line("host", "newAITNotification").arg("version", aitVersion), apps);
     return ready() && m_private->newAITNotification(aitVersion, apps);
 }
 
 void ZR_HbbtvImpl::noAITNotification(unsigned short value)
 {
+    if (trace::on()) trace::Line("host", "noAITNotification").arg("value", value);
     if (ready()) {
         m_private->noAITNotification(value);
     }
@@ -85,6 +95,7 @@ void ZR_HbbtvImpl::noAITNotification(unsigned short value)
 
 void ZR_HbbtvImpl::tunerStopped(bool stopped)
 {
+    if (trace::on()) trace::Line("host", "tunerStopped").arg("stopped", stopped);
     if (ready()) {
         m_private->tunerStopped(stopped);
     }
@@ -92,11 +103,13 @@ void ZR_HbbtvImpl::tunerStopped(bool stopped)
 
 bool ZR_HbbtvImpl::launchBrowser()
 {
+    if (trace::on()) trace::Line("host", "launchBrowser");
     return ready() && m_private->launchBrowser();
 }
 
 bool ZR_HbbtvImpl::keyClick(unsigned int key)
 {
+    if (trace::on()) trace::Line("host", "keyClick").arg("key", key);
     if (!ready() || !m_private->keyClick(key)) {
         return false;
     }
@@ -112,16 +125,19 @@ bool ZR_HbbtvImpl::keyClick(unsigned int key)
 
 int ZR_HbbtvImpl::prepareCreateApplication()
 {
+    if (trace::on()) trace::Line("host", "prepareCreateApplication");
     return ready() ? m_private->prepareCreateApplication() : 0;
 }
 
 int ZR_HbbtvImpl::createApplication(int appId, const std::string& url, const std::string& extra)
 {
+    if (trace::on()) trace::Line("host", "createApplication").arg("appId", appId).arg("url", url).arg("extra", extra);
     return ready() ? m_private->createApplication(appId, url, extra) : 0;
 }
 
 void ZR_HbbtvImpl::closeUserCreatedApps()
 {
+    if (trace::on()) trace::Line("host", "closeUserCreatedApps");
     if (ready()) {
         m_private->closeUserCreatedApps();
     }
@@ -129,6 +145,7 @@ void ZR_HbbtvImpl::closeUserCreatedApps()
 
 void ZR_HbbtvImpl::notifyBroadbandAccessAvailable(bool available)
 {
+    if (trace::on()) trace::Line("host", "notifyBroadbandAccessAvailable").arg("available", available);
     if (ready()) {
         m_private->notifyBroadbandAccessAvailable(available);
     }
@@ -138,6 +155,7 @@ void ZR_HbbtvImpl::notifyBroadbandAccessAvailable(bool available)
 // still report requests that were in flight, and a given-up request's records wait for that.
 void ZR_HbbtvImpl::notifyHbbtvServiceRequestFinished(HbbtvCommandPayload* payload)
 {
+    if (trace::on()) trace::Line("host", "notifyHbbtvServiceRequestFinished").arg("ticket", payload != nullptr ? payload->ticket : 0u);
     if (m_everInitialised.load(std::memory_order_acquire)) {
         ZR_HbbtvImplPrivate::notifyHbbtvServiceRequestFinished(payload);
     }
@@ -146,6 +164,7 @@ void ZR_HbbtvImpl::notifyHbbtvServiceRequestFinished(HbbtvCommandPayload* payloa
 void ZR_HbbtvImpl::notifyStreamEvent(const std::string& a, const std::string& b, const std::string& c,
                                      const std::string& d)
 {
+    if (trace::on()) trace::Line("host", "notifyStreamEvent").arg("url", a).arg("eventName", b).arg("data", c).arg("eventKind", d);
     if (ready()) {
         m_private->notifyStreamEvent(a, b, c, d);
     }
@@ -153,6 +172,7 @@ void ZR_HbbtvImpl::notifyStreamEvent(const std::string& a, const std::string& b,
 
 void ZR_HbbtvImpl::setCookiesEnabledAttribute(bool enabled)
 {
+    if (trace::on()) trace::Line("host", "setCookiesEnabledAttribute").arg("enabled", enabled);
     if (ready()) {
         m_private->setCookiesEnabledAttribute(enabled);
     }
@@ -160,6 +180,7 @@ void ZR_HbbtvImpl::setCookiesEnabledAttribute(bool enabled)
 
 void ZR_HbbtvImpl::sendCookiesEnabledAttribute()
 {
+    if (trace::on()) trace::Line("host", "sendCookiesEnabledAttribute");
     if (ready()) {
         m_private->sendCookiesEnabledAttribute();
     }
@@ -167,11 +188,13 @@ void ZR_HbbtvImpl::sendCookiesEnabledAttribute()
 
 bool ZR_HbbtvImpl::isBrowserReady()
 {
+    if (trace::on()) trace::Line("host", "isBrowserReady");
     return ready() && m_private->isBrowserReady();
 }
 
 void ZR_HbbtvImpl::notifyTimezoneChanged(const char* timezone)
 {
+    if (trace::on()) trace::Line("host", "notifyTimezoneChanged").arg("timezone", timezone);
     if (ready()) {
         m_private->notifyTimezoneChanged(timezone);
     }
@@ -179,6 +202,7 @@ void ZR_HbbtvImpl::notifyTimezoneChanged(const char* timezone)
 
 void ZR_HbbtvImpl::notifyLocaleChanged(const char* locale)
 {
+    if (trace::on()) trace::Line("host", "notifyLocaleChanged").arg("locale", locale);
     if (ready()) {
         m_private->notifyLocaleChanged(locale);
     }
@@ -186,6 +210,7 @@ void ZR_HbbtvImpl::notifyLocaleChanged(const char* locale)
 
 void ZR_HbbtvImpl::notifyParentalRatingChange(unsigned short a, unsigned short b, unsigned short c, int d)
 {
+    if (trace::on()) trace::Line("host", "notifyParentalRatingChange").arg("a", a).arg("b", b).arg("c", c).arg("d", d);
     if (ready()) {
         m_private->notifyParentalRatingChange(a, b, c, d);
     }
@@ -193,6 +218,7 @@ void ZR_HbbtvImpl::notifyParentalRatingChange(unsigned short a, unsigned short b
 
 void ZR_HbbtvImpl::notifyProgrammeChanged(unsigned short a, unsigned short b, unsigned short c)
 {
+    if (trace::on()) trace::Line("host", "notifyProgrammeChanged").arg("a", a).arg("b", b).arg("c", c);
     if (ready()) {
         m_private->notifyProgrammeChanged(a, b, c);
     }
@@ -200,6 +226,7 @@ void ZR_HbbtvImpl::notifyProgrammeChanged(unsigned short a, unsigned short b, un
 
 void ZR_HbbtvImpl::SetHbbTVRunningStatus(bool running)
 {
+    if (trace::on()) trace::Line("host", "SetHbbTVRunningStatus").arg("running", running);
     // Only the private object is required here, not a completed init.
     if (m_private != nullptr) {
         m_private->SetHbbTVRunningStatus(running);
@@ -208,16 +235,19 @@ void ZR_HbbtvImpl::SetHbbTVRunningStatus(bool running)
 
 bool ZR_HbbtvImpl::isAppAlive(int appId)
 {
+    if (trace::on()) trace::Line("host", "isAppAlive").arg("appId", appId);
     return ready() && m_private->isAppAlive(appId);
 }
 
 const char* ZR_HbbtvImpl::setupEnvVar(const char* name, const char* value)
 {
+    if (trace::on()) trace::Line("host", "setupEnvVar").arg("var", name).arg("value", value);
     return ready() ? m_private->setupEnvVar(name, value) : nullptr;
 }
 
 void ZR_HbbtvImpl::unsetEnvVar(const char* name)
 {
+    if (trace::on()) trace::Line("host", "unsetEnvVar").arg("var", name);
     if (ready()) {
         m_private->unsetEnvVar(name);
     }
@@ -225,6 +255,7 @@ void ZR_HbbtvImpl::unsetEnvVar(const char* name)
 
 void ZR_HbbtvImpl::killCurrentApp()
 {
+    if (trace::on()) trace::Line("host", "killCurrentApp");
     if (ready()) {
         m_private->killCurrentApp();
     }
@@ -232,6 +263,7 @@ void ZR_HbbtvImpl::killCurrentApp()
 
 void ZR_HbbtvImpl::notifyChannelListChanged()
 {
+    if (trace::on()) trace::Line("host", "notifyChannelListChanged");
     if (ready()) {
         m_private->notifyChannelListChanged();
     }
@@ -239,6 +271,7 @@ void ZR_HbbtvImpl::notifyChannelListChanged()
 
 void ZR_HbbtvImpl::selectMMAudioComponent(const HbbtvMultimediaComponentData& component)
 {
+    if (trace::on()) trace::Line("host", "selectMMAudioComponent").arg("text1", component.text1).arg("text2", component.text2).arg("value1", component.value1).arg("flag", component.flag);
     if (ready()) {
         m_private->selectMMAudioComponent(component);
     }
@@ -246,6 +279,7 @@ void ZR_HbbtvImpl::selectMMAudioComponent(const HbbtvMultimediaComponentData& co
 
 void ZR_HbbtvImpl::selectMMSubtitleComponent(const HbbtvMultimediaComponentData& component)
 {
+    if (trace::on()) trace::Line("host", "selectMMSubtitleComponent").arg("text1", component.text1).arg("text2", component.text2).arg("value1", component.value1).arg("flag", component.flag);
     if (ready()) {
         m_private->selectMMSubtitleComponent(component);
     }
@@ -253,6 +287,7 @@ void ZR_HbbtvImpl::selectMMSubtitleComponent(const HbbtvMultimediaComponentData&
 
 void ZR_HbbtvImpl::forceReleaseMMResource()
 {
+    if (trace::on()) trace::Line("host", "forceReleaseMMResource");
     if (ready()) {
         m_private->forceReleaseMMResource();
     }
@@ -260,6 +295,7 @@ void ZR_HbbtvImpl::forceReleaseMMResource()
 
 void ZR_HbbtvImpl::notifySignalLost()
 {
+    if (trace::on()) trace::Line("host", "notifySignalLost");
     if (ready()) {
         m_private->notifySignalLost();
     }
@@ -267,6 +303,7 @@ void ZR_HbbtvImpl::notifySignalLost()
 
 void ZR_HbbtvImpl::notifyTunerPlundered()
 {
+    if (trace::on()) trace::Line("host", "notifyTunerPlundered");
     if (ready()) {
         m_private->notifyTunerPlundered();
     }

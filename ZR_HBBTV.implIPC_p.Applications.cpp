@@ -4,6 +4,7 @@
 
 #include "ZR_HBBTV.implIPC_p.h"
 #include "HbbtvBackendTVService.h"
+#include "HbbtvBackendGlue.Trace.h"
 
 namespace ZR_HBBTV_Core {
 
@@ -21,6 +22,7 @@ bool ZR_HbbtvImplPrivate::newAITNotification(unsigned int aitVersion, const AITA
     // One description per application and transport; the records pass to the browser.
     std::vector<NCOR::AITApplicationDescriptorData*> descriptions
         = HbbtvBackendTVService::AITApp2AITDescription(0, apps);
+    if (trace::on()) trace::Line("event", "signalNewAIT").arg("version", aitVersion).arg("descriptions", descriptions.size()).arg("count", apps.count);
     m_aitSignallingClient->signalNewAIT(aitVersion, descriptions, apps.count);
     return true;
 }
@@ -32,6 +34,7 @@ void ZR_HbbtvImplPrivate::noAITNotification(unsigned short value)
         return;
     }
     if (m_aitSignallingClient != nullptr) {
+        if (trace::on()) trace::Line("event", "signalNoAIT").arg("value", value);
         m_aitSignallingClient->signalNoAIT(value);
     } else {
         puts("[ZR_HBBTV]: m_channelManagerClient is null");
@@ -66,6 +69,7 @@ int ZR_HbbtvImplPrivate::createApplication(int appId, const std::string& url, co
     settings.flag5 = 1;
     settings.flag6 = 1;
     settings.extra = extra;
+    if (trace::on()) trace::Line("event", "createWindow").arg("url", url);
     const android::sp<IWindow> window = m_browserService->createWindow(url, -1, -1, -1, -1, settings);
     if (window == nullptr) {
         HbbtvBackendGlue_AssertFail(
@@ -86,6 +90,7 @@ void ZR_HbbtvImplPrivate::closeUserCreatedApps()
         for (const std::pair<const int, int>& app : m_userApps) {
             const android::sp<IWindow> window = m_browserService->getWindow(app.second);
             if (window != nullptr) {
+                if (trace::on()) trace::Line("event", "closeWindow").arg("windowId", app.second);
                 window->close();
             }
         }
@@ -108,6 +113,7 @@ void ZR_HbbtvImplPrivate::killCurrentApp()
         }
         const android::sp<IWindow>& window = windows.valueFor(windowId);
         if (window != nullptr) {
+            if (trace::on()) trace::Line("event", "closeWindow").arg("windowId", window->getId());
             window->close();
         }
     }

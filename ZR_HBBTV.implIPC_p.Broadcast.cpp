@@ -5,6 +5,7 @@
 #include "HbbtvBackendTVService.h"
 #include "ZR_HBBTV.implIPC_p.h"
 #include "ncor/ChannelTunerData.h"
+#include "HbbtvBackendGlue.Trace.h"
 
 namespace ZR_HBBTV_Core {
 
@@ -40,6 +41,7 @@ void ZR_HbbtvImplPrivate::notifyChannelChanged(unsigned short a, unsigned short 
         channel.autoUpdateChannelID();
         channel.setMajorChannel(c);
         channel.autoUpdateChannelID();
+        if (trace::on()) trace::Line("event", "channelChanged").arg("onid", a).arg("sid", b).arg("major", c).arg("state", kChannelChangedState);
         client->channelChanged(channel, kChannelChangedState);
     });
 }
@@ -47,19 +49,28 @@ void ZR_HbbtvImplPrivate::notifyChannelChanged(unsigned short a, unsigned short 
 void ZR_HbbtvImplPrivate::notifyProgrammeChanged(unsigned short, unsigned short, unsigned short)
 {
     toChannelManager(kNoChannelManager,
-                     [](const android::sp<IChannelManagerClient>& client) { client->programmeChanged(); });
+                     [](const android::sp<IChannelManagerClient>& client) {
+                         if (trace::on()) trace::Line("event", "programmeChanged");
+                         client->programmeChanged();
+                     });
 }
 
 void ZR_HbbtvImplPrivate::notifyTunerPlundered()
 {
     toChannelManager("[ZR_HBBTV]: notifyTunerPlundered(): m_channelManagerClient is null",
-        [](const android::sp<IChannelManagerClient>& client) { client->tunerStateChanged(kTunerPlundered); });
+        [](const android::sp<IChannelManagerClient>& client) {
+            if (trace::on()) trace::Line("event", "tunerStateChanged").arg("state", kTunerPlundered);
+            client->tunerStateChanged(kTunerPlundered);
+        });
 }
 
 void ZR_HbbtvImplPrivate::notifySignalLost()
 {
     toChannelManager("[ZR_HBBTV]: notifySignalLost(): m_channelManagerClient is null",
-                     [](const android::sp<IChannelManagerClient>& client) { client->tunerStateChanged(kSignalLost); });
+                     [](const android::sp<IChannelManagerClient>& client) {
+            if (trace::on()) trace::Line("event", "tunerStateChanged").arg("state", kSignalLost);
+            client->tunerStateChanged(kSignalLost);
+        });
 }
 
 void ZR_HbbtvImplPrivate::tunerStopped(bool)
@@ -69,6 +80,7 @@ void ZR_HbbtvImplPrivate::tunerStopped(bool)
         return;
     }
     if (m_channelManagerClient != nullptr) {
+        if (trace::on()) trace::Line("event", "tunerStopped").arg("state", kTunerStoppedState);
         m_channelManagerClient->tunerStopped(kTunerStoppedState);
         return;
     }
@@ -81,6 +93,7 @@ void ZR_HbbtvImplPrivate::tunerStopped(bool)
         const android::sp<IWindow> window = m_browserService->getWindow(windowId);
         if (window != nullptr) {
             printf("[ZR_HBBTV]: request close window: %d\n", windowId);
+            if (trace::on()) trace::Line("event", "closeWindow").arg("windowId", windowId);
             window->close();
         }
     }
@@ -102,6 +115,7 @@ void ZR_HbbtvImplPrivate::notifyStreamEvent(const std::string& url, const std::s
     event.name = name;
     event.data = data;
     event.notTrigger = kind == "trigger" ? 0 : 1;
+    if (trace::on()) trace::Line("event", "streamEvent").arg("url", url).arg("eventName", name).arg("data", data).arg("notTrigger", event.notTrigger);
     m_dsmccClient->streamEvent(event);
 }
 
@@ -123,6 +137,7 @@ void ZR_HbbtvImplPrivate::notifyChannelListChanged()
     }
     std::vector<NCOR::ChannelTunerData*> channels;
     service->getChannelList(channels);
+    if (trace::on()) trace::Line("event", "channelListChanged").arg("channels", channels.size());
     client->channelListChanged(channels);
     for (size_t i = 0; i < channels.size(); ++i) {
         delete channels.at(i);
@@ -139,6 +154,7 @@ void ZR_HbbtvImplPrivate::notifyLocaleChanged(const char* locale)
         puts("[ZR_HBBTV]: notifyLocaleChanged(): browser service is null");
         return;
     }
+    if (trace::on()) trace::Line("event", "setBrowserEnv").arg("var", "LANG").arg("value", locale);
     m_browserService->setBrowserEnv("LANG", locale);
 }
 
@@ -152,6 +168,7 @@ void ZR_HbbtvImplPrivate::notifyTimezoneChanged(const char* timezone)
         puts("[ZR_HBBTV]: notifyTimezoneChanged(): browser service is null");
         return;
     }
+    if (trace::on()) trace::Line("event", "setBrowserEnv").arg("var", "TZ").arg("value", timezone);
     m_browserService->setBrowserEnv("TZ", timezone);
 }
 
@@ -169,8 +186,10 @@ int ZR_HbbtvImplPrivate::toggleDigitalTeletext()
     if (client == nullptr) {
         return 2;
     }
+    if (trace::on()) trace::Line("event", "toggleTeletext").arg("on", 1);
     const int answer = client->toggleTeletext(1);
     if (answer == 1) {
+        if (trace::on()) trace::Line("event", "toggleTeletext").arg("on", 0);
         client->toggleTeletext(0);
         return 1;
     }

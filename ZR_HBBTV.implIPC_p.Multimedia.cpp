@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "ZR_HBBTV.implIPC_p.h"
+#include "HbbtvBackendGlue.Trace.h"
 
 namespace ZR_HBBTV_Core {
 
@@ -67,6 +68,7 @@ void ZR_HbbtvImplPrivate::notifyAudioComponentsChanged(const std::vector<Multime
                                                        int value)
 {
     if (!_gotKilled) {
+        if (trace::on()) trace::Line("callback", "HBBTV_NotifyMultimediaAudioComponentDataChanged").arg("components", components.size()).arg("value", value);
         m_server->HBBTV_NotifyMultimediaAudioComponentDataChanged(toHost(components), value);
     }
 }
@@ -75,6 +77,7 @@ void ZR_HbbtvImplPrivate::notifySubtitleComponentsChanged(const std::vector<Mult
                                                           int value)
 {
     if (!_gotKilled) {
+        if (trace::on()) trace::Line("callback", "HBBTV_NotifyMultimediaSubtitleComponentDataChanged").arg("components", components.size()).arg("value", value);
         m_server->HBBTV_NotifyMultimediaSubtitleComponentDataChanged(toHost(components), value);
     }
 }
@@ -91,6 +94,7 @@ void ZR_HbbtvImplPrivate::selectMMAudioComponent(const HbbtvMultimediaComponentD
         puts("[ZR_HBBTV]: selectMMAudioComponent(): browser service is null");
         return;
     }
+    if (trace::on()) trace::Line("event", "selectAudioComponent").arg("text1", component.text1).arg("value3", component.value3);
     m_browserService->selectAudioComponent(toBrowser(component), component.value3);
 }
 
@@ -104,6 +108,7 @@ void ZR_HbbtvImplPrivate::selectMMSubtitleComponent(const HbbtvMultimediaCompone
         puts("[ZR_HBBTV]: selectMMSubtitleComponent(): browser service is null");
         return;
     }
+    if (trace::on()) trace::Line("event", "selectSubtitleComponent").arg("text1", component.text1).arg("value3", component.value3);
     m_browserService->selectSubtitleComponent(toBrowser(component), component.value3);
 }
 
@@ -111,6 +116,7 @@ void ZR_HbbtvImplPrivate::forceReleaseMMResource()
 {
     Locker<Mutex> lock(m_mutex);
     if (!_gotKilled && m_browserService != nullptr) {
+        if (trace::on()) trace::Line("event", "releaseMMResource");
         m_browserService->releaseMMResource();
     }
 }

@@ -9,6 +9,7 @@
 
 #include "HbbtvBackendTVService.h"
 #include "ZR_HBBTV.implIPC_p.h"
+#include "HbbtvBackendGlue.Trace.h"
 
 namespace ZR_HBBTV_Core {
 
@@ -41,6 +42,7 @@ LoadTracker& loadTracker()
 
 void ZR_HbbtvImplPrivate::notifyNewWindow(int windowId)
 {
+    if (trace::on()) trace::Line("browser", "notifyNewWindow").arg("windowId", windowId);
     printf("[YXTClient]: %s,%d\n", "virtual void ZR_HBBTV_Core::ZR_HbbtvImplPrivate::notifyNewWindow(int)", 322);
     {
         Locker<Mutex> lock(m_mutex);
@@ -49,11 +51,13 @@ void ZR_HbbtvImplPrivate::notifyNewWindow(int windowId)
         }
         m_windows.push_back(windowId);
     }
+    if (trace::on()) trace::Line("callback", "HBBTV_ReportIsAnyAppRunning").arg("running", true);
     m_server->HBBTV_ReportIsAnyAppRunning(true);
 }
 
 void ZR_HbbtvImplPrivate::notifyWindowClosed(int windowId)
 {
+    if (trace::on()) trace::Line("browser", "notifyWindowClosed").arg("windowId", windowId);
     __android_log_print(ANDROID_LOG_DEBUG, nullptr, "[YXTClient]: %s,%d\n",
                         "virtual void ZR_HBBTV_Core::ZR_HbbtvImplPrivate::notifyWindowClosed(int)", 335);
     bool anyLeft;
@@ -65,11 +69,13 @@ void ZR_HbbtvImplPrivate::notifyWindowClosed(int windowId)
         m_windows.remove(windowId);
         anyLeft = !m_windows.empty();
     }
+    if (trace::on()) trace::Line("callback", "HBBTV_ReportIsAnyAppRunning").arg("running", anyLeft);
     m_server->HBBTV_ReportIsAnyAppRunning(anyLeft);
 }
 
 void ZR_HbbtvImplPrivate::notifyLoadStarted(int loadId, const std::string& url)
 {
+    if (trace::on()) trace::Line("browser", "notifyLoadStarted").arg("loadId", loadId).arg("url", url);
     if (loadId < kFirstTrackedLoad || _gotKilled) {
         return;
     }
@@ -79,6 +85,7 @@ void ZR_HbbtvImplPrivate::notifyLoadStarted(int loadId, const std::string& url)
         tracker.loads.erase(loadId);
         tracker.loads.emplace(loadId, LoadEntry{0, url});
     }
+    if (trace::on()) trace::Line("callback", "HBBTV_LoadingNotification").arg("progress", 0).arg("url", url);
     m_server->HBBTV_LoadingNotification(0, url.c_str());
     HbbtvBackendTVService* const service = m_tvServiceUnlocked;
     if (service != nullptr) {
@@ -88,6 +95,7 @@ void ZR_HbbtvImplPrivate::notifyLoadStarted(int loadId, const std::string& url)
 
 void ZR_HbbtvImplPrivate::notifyLoadProgress(int loadId, int percent)
 {
+    if (trace::on()) trace::Line("browser", "notifyLoadProgress").arg("loadId", loadId).arg("percent", percent);
     if (loadId < kFirstTrackedLoad || _gotKilled) {
         return;
     }
@@ -105,11 +113,13 @@ void ZR_HbbtvImplPrivate::notifyLoadProgress(int loadId, int percent)
         }
         url = entry->second.url;
     }
+    if (trace::on()) trace::Line("callback", "HBBTV_LoadingNotification").arg("progress", percent).arg("url", url);
     m_server->HBBTV_LoadingNotification(percent, url.c_str());
 }
 
 void ZR_HbbtvImplPrivate::notifyInitialLayoutCompleted(int loadId)
 {
+    if (trace::on()) trace::Line("browser", "notifyInitialLayoutCompleted").arg("loadId", loadId);
     if (loadId < kFirstTrackedLoad || _gotKilled) {
         return;
     }
@@ -126,11 +136,13 @@ void ZR_HbbtvImplPrivate::notifyInitialLayoutCompleted(int loadId)
         }
     }
     // Reported even when the load already reached 100.
+    if (trace::on()) trace::Line("callback", "HBBTV_LoadingNotification").arg("progress", 100).arg("url", known ? url.c_str() : nullptr);
     m_server->HBBTV_LoadingNotification(100, known ? url.c_str() : nullptr);
 }
 
 void ZR_HbbtvImplPrivate::notifyLoadComplete(int loadId)
 {
+    if (trace::on()) trace::Line("browser", "notifyLoadComplete").arg("loadId", loadId);
     if (loadId < kFirstTrackedLoad || _gotKilled) {
         return;
     }
@@ -158,12 +170,14 @@ void ZR_HbbtvImplPrivate::notifyLoadComplete(int loadId)
         }
     }
     if (report) {
+        if (trace::on()) trace::Line("callback", "HBBTV_LoadingNotification").arg("progress", 100).arg("url", url);
         m_server->HBBTV_LoadingNotification(100, url.c_str());
     }
 }
 
-void ZR_HbbtvImplPrivate::notifyLoadFailed(int, const std::string&, int)
+void ZR_HbbtvImplPrivate::notifyLoadFailed(int loadId, const std::string& url, int error)
 {
+    if (trace::on()) trace::Line("browser", "notifyLoadFailed").arg("loadId", loadId).arg("url", url).arg("error", error);
 }
 
 void ZR_HbbtvImplPrivate::notifyWindowPainted(int, int, int, int, int)

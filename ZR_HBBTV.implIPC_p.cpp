@@ -11,6 +11,7 @@
 #include <binder/IServiceManager.h>
 
 #include "HbbtvBackendTVService.h"
+#include "HbbtvBackendGlue.Trace.h"
 
 namespace ZR_HBBTV_Core {
 
@@ -119,11 +120,13 @@ bool ZR_HbbtvImplPrivate::launchBrowser()
     }
     m_deathNotifier = new DeathNotifier(this);
     binder->linkToDeath(m_deathNotifier, nullptr, 0);
+    if (trace::on()) trace::Line("binder", "bound").arg("service", kBrowserServiceName);
     m_browserService = IYXTService::asInterface(binder);
     if (m_browserService == nullptr) {
         printf("[ZR_HBBTV]: %s does not answer as the browser service\n", kBrowserServiceName);
         return true;
     }
+    if (trace::on()) trace::Line("event", "registerClient");
     m_browserService->registerClient(android::sp<IYXTClient>(this));
     m_browserService->registerMMClient(m_mmClient);
     return true;
@@ -141,6 +144,7 @@ bool ZR_HbbtvImplPrivate::isBrowserReady()
 void ZR_HbbtvImplPrivate::binderDied()
 {
     puts("hbbtvBrowser is died!");
+    if (trace::on()) trace::Line("binder", "died").arg("service", kBrowserServiceName);
     {
         Locker<Mutex> lock(m_mutex);
         if (_gotKilled) {
@@ -193,6 +197,7 @@ char** ZR_HbbtvImplPrivate::createEnvs()
 void ZR_HbbtvImplPrivate::HBBTV_CommandHandler(void* command)
 {
     if (!_gotKilled) {
+        if (trace::on()) trace::Line("callback", "HBBTV_CommandHandler");
         m_server->HBBTV_CommandHandler(command);
     }
 }
@@ -211,6 +216,7 @@ void ZR_HbbtvImplPrivate::HBBTV_ServiceRequestHandler(void* payload, void* answe
 void ZR_HbbtvImplPrivate::HBBTV_HeartBeatNotification()
 {
     if (!_gotKilled) {
+        if (trace::on()) trace::Line("callback", "HBBTV_HeartBeatNotification");
         m_server->HBBTV_HeartBeatNotification();
     }
 }
@@ -218,6 +224,7 @@ void ZR_HbbtvImplPrivate::HBBTV_HeartBeatNotification()
 void ZR_HbbtvImplPrivate::HBBTV_LoadingNotification(int progress, const char* url)
 {
     if (!_gotKilled) {
+        if (trace::on()) trace::Line("callback", "HBBTV_LoadingNotification").arg("progress", progress).arg("url", url);
         m_server->HBBTV_LoadingNotification(progress, url);
     }
 }
@@ -225,6 +232,7 @@ void ZR_HbbtvImplPrivate::HBBTV_LoadingNotification(int progress, const char* ur
 void ZR_HbbtvImplPrivate::HBBTV_BrowserDiedNotification()
 {
     if (!_gotKilled) {
+        if (trace::on()) trace::Line("callback", "HBBTV_BrowserDiedNotification");
         m_server->HBBTV_BrowserDiedNotification();
     }
 }

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "plx_str.h"
+#include "HbbtvBackendGlue.Trace.h"
 
 namespace ZR_HBBTV_Core {
 
@@ -350,6 +351,7 @@ void BackendServiceAgent::handleCompletion(GetServiceTask* marker)
             HbbtvBackendGlue_Log("[BackendGlue_GetThreadService] Request match fail - %s, ticket:%u\n",
                                  convertBackendCommandToString(kCompletionMarker), marker->ticket());
         }
+        if (trace::on()) trace::completionUnmatched(marker->ticket());
         releaseGivenUp(marker->ticket());
         return;
     }
@@ -358,6 +360,7 @@ void BackendServiceAgent::handleCompletion(GetServiceTask* marker)
                              convertBackendCommandToString(waiting->command()->command), waiting->ticket(),
                              waiting->retAnswer()->valid ? "true" : "false");
     }
+    if (trace::on()) trace::commandCompleted(*waiting->command(), waiting->ticket(), waiting->retAnswer()->valid != 0);
     // Exactly one post must be pending when the requester wakes.
     while (!waiting->hasBeenWaited()) {
         usleep(100);
@@ -378,6 +381,7 @@ void BackendServiceAgent::issue(GetServiceTask* task, double now)
                              convertBackendCommandToString(payload->command), payload->command, task->ticket());
     }
     const uint32_t budget = payload->timeoutMs;
+    if (trace::on()) trace::commandIssued(*payload, task->ticket());
     if (!(*m_issuer)(payload, task->retAnswer())) {
         HbbtvBackendGlue_AssertFail(kSourceFile, "void* ZR_HBBTV_Core::BackendServiceAgent::threadFunction()", 469);
     }
@@ -444,6 +448,7 @@ void BackendServiceAgent::giveUp(GetServiceTask* task)
         HbbtvBackendGlue_Log("[BackendGlue_GetThreadService] Request timeout - %s, ticket:%u\n",
                              convertBackendCommandToString(task->command()->command), task->ticket());
     }
+    if (trace::on()) trace::commandGivenUp(*task->command(), task->ticket());
     task->markGivenUp();
     task->notifyServiceBack();
 }

@@ -16,6 +16,7 @@
 #include <string>
 
 #include "Scenario.h"
+#include "TraceReplay.h"
 
 namespace {
 
@@ -43,12 +44,17 @@ void usage(FILE* out)
 {
     fprintf(out,
         "usage: hbbtv_simulator [--scenario FILE] [--library PATH] [--timeout-ms N] [--host-delay-ms N]\n"
+        "       hbbtv_simulator --replay TRACE [--replay-trace FILE] [--library PATH]\n"
         "       hbbtv_simulator --list-steps | --print-scenario | --version\n"
         "  Loads the HbbTV backend glue library as a host does and plays a scenario: by default the\n"
         "  built-in evening in front of the television (boot, binding, AIT and an application, page load,\n"
         "  channel list, tuning, programmes, components, keys, a stream event, a carousel file, the\n"
         "  viewport, the browser's death and rebinding, teardown).\n"
         "  --scenario FILE     play the steps of a JSON scenario file instead\n"
+        "  --replay TRACE      play a field trace (recorded with HBBTV_TRACE=FILE) against the library: the\n"
+        "                      host's calls again, each command answered as recorded, the browser's requests\n"
+        "                      repeated; prints every divergence and exits 1 when there is one\n"
+        "  --replay-trace FILE where the replay's own trace goes (default: TRACE.replay)\n"
         "  --list-steps        print the steps a scenario file may use, with their arguments\n"
         "  --print-scenario    print the built-in scenario as a scenario file\n"
         "  --library PATH      the library to load (default: %s)\n"
@@ -69,7 +75,7 @@ bool parseMilliseconds(const char* text, unsigned long lowest, unsigned int& val
     return true;
 }
 
-enum class Mode { Play, ListSteps, PrintScenario, Version };
+enum class Mode { Play, ListSteps, PrintScenario, Version, Replay };
 
 // Returns 0 to go on, -1 to end with status 0 (help), otherwise the exit status.
 int parseOptions(int argc, char** argv, Options& options, Mode& mode)
@@ -81,6 +87,8 @@ int parseOptions(int argc, char** argv, Options& options, Mode& mode)
         { "library", required_argument, nullptr, 'l' },
         { "timeout-ms", required_argument, nullptr, 't' },
         { "host-delay-ms", required_argument, nullptr, 'd' },
+        { "replay", required_argument, nullptr, 'R' },
+        { "replay-trace", required_argument, nullptr, 'T' },
         { "help", no_argument, nullptr, 'h' },
         { "version", no_argument, nullptr, 'V' },
         { nullptr, 0, nullptr, 0 },
@@ -90,6 +98,13 @@ int parseOptions(int argc, char** argv, Options& options, Mode& mode)
         switch (choice) {
         case 's':
             options.scenarioFile = optarg;
+            break;
+        case 'R':
+            mode = Mode::Replay;
+            options.replayFile = optarg;
+            break;
+        case 'T':
+            options.replayTrace = optarg;
             break;
         case 'L':
             mode = Mode::ListSteps;
@@ -174,6 +189,14 @@ int main(int argc, char** argv)
     if (mode == Mode::PrintScenario) {
         printf("%s\n", hbbtv_simulator::builtInScenarioJson().dump(2).c_str());
         return 0;
+    }
+
+    if (mode == Mode::Replay) {
+        setvbuf(stdout, nullptr, _IOLBF, 0);
+        const std::string suffix = ".replay" + std::to_string(getpid());
+        setenv("HBBTV_SHM_SUFFIX", suffix.c_str(), 1);
+        const std::string own = options.replayTrace.empty() ? options.replayFile + ".replay" : options.replayTrace;
+        return hbbtv_simulator::replay(options, options.replayFile, own, suffix);
     }
 
     std::vector<hbbtv_simulator::StepCall> steps;

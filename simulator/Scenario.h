@@ -28,6 +28,8 @@ struct Options {
     unsigned int timeoutMs = 3000;
     unsigned int hostDelayMs = 0;
     std::string scenarioFile; // empty: the built-in scenario
+    std::string replayFile;   // a field trace to replay instead of a scenario
+    std::string replayTrace;  // where the replay's own trace goes
 };
 
 typedef ZR_HBBTV_Core::ZR_HbbtvImplInterface* (*CreateWrapperFunction)();

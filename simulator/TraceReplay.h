@@ -1,0 +1,41 @@
+// Replay of a field trace: the library loaded as the host loads it, the host's calls made again in
+// the recorded order, every command answered with the answer the host gave in the recording, the
+// browser's requests and callbacks repeated. The library records the replay itself; what it sent
+// (commands and their payloads, events, keys, host callbacks, replies to the browser) is then
+// compared with the recording, one stream per kind and name, and every difference reported.
+#ifndef HBBTV_SIMULATOR_TRACEREPLAY_H
+#define HBBTV_SIMULATOR_TRACEREPLAY_H
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "Scenario.h"
+#include "ScenarioFile.h"
+
+namespace hbbtv_simulator {
+
+// The lines of the trace's last recording (the file is appended to), in file order; ScenarioError
+// when the file cannot be read or holds a line that is not a trace line.
+std::vector<Json> readTrace(const std::string& path);
+
+struct Divergence {
+    std::string stream;    // kind and name, for example "command TunerCommand_TuneTo"
+    size_t index;          // which crossing of that stream, from 1
+    uint64_t recordedSeq;  // 0: the recording has no such crossing
+    uint64_t replayedSeq;  // 0: the replay has no such crossing
+    std::string recorded;  // the fields compared, as JSON, or "nothing"
+    std::string replayed;
+};
+
+// What the library sent in the replay that it did not send in the recording, and the reverse.
+std::vector<Divergence> compareTraces(const std::vector<Json>& recorded, const std::vector<Json>& replayed);
+
+// Plays the trace; 0 without divergence, 1 with, 2 when the trace cannot be played. The replay's
+// own trace goes to replayTrace (kept for a look with hbbtv-trace).
+int replay(const Options& options, const std::string& tracePath, const std::string& replayTrace,
+           const std::string& shmSuffix);
+
+} // namespace hbbtv_simulator
+
+#endif

@@ -1,0 +1,76 @@
+// How a replay compares its own trace with the recording: per kind and name, in order, without
+// the fields that change from run to run, and what the library only received is not compared.
+#include <gtest/gtest.h>
+
+#include "TraceReplay.h"
+
+using hbbtv_simulator::compareTraces;
+using hbbtv_simulator::Divergence;
+using hbbtv_simulator::Json;
+
+namespace {
+
+Json line(uint64_t seq, const char* kind, const char* name, Json fields = Json::object())
+{
+    fields["t"] = 1000 * seq;
+    fields["th"] = 7;
+    fields["seq"] = seq;
+    fields["kind"] = kind;
+    fields["name"] = name;
+    return fields;
+}
+
+} // namespace
+
+TEST(TraceReplay, ComparesWhatTheLibrarySentStreamByStream)
+{
+    const std::vector<Json> recorded = {
+        line(1, "host", "keyClick", {{"key", 398}}),
+        line(2, "key", "sendKeyEvent", {{"code", 403}, {"down", 1}}),
+        line(3, "command", "TunerCommand_TuneTo", {{"ticket", 4}, {"param1", 1}}),
+        line(4, "event", "programmeChanged"),
+        line(5, "completed", "TunerCommand_TuneTo", {{"ticket", 4}, {"us", 90}}),
+        line(6, "answer", "TunerCommand_TuneTo", {{"outcome", "answered"}, {"payload", {{"param1", 1}}},
+                                                  {"answer", {{"int1", 101}}}}),
+    };
+    // Another run: other times, threads, tickets, answer times and host answers; a different key
+    // code; the event before the command (different names may interleave differently); a host
+    // call the replay made on its own; an extra event at the end.
+    std::vector<Json> replayed = {
+        line(1, "host", "keyClick", {{"key", 398}}),
+        line(2, "host", "deinit"),
+        line(3, "key", "sendKeyEvent", {{"code", 404}, {"down", 1}}),
+        line(4, "event", "programmeChanged"),
+        line(5, "command", "TunerCommand_TuneTo", {{"ticket", 9}, {"param1", 1}}),
+        line(6, "completed", "TunerCommand_TuneTo", {{"ticket", 9}, {"us", 3}}),
+        line(7, "answer", "TunerCommand_TuneTo", {{"outcome", "answered"}, {"payload", {{"param1", 1}}},
+                                                  {"answer", {{"int1", 5}}}}),
+        line(8, "event", "programmeChanged"),
+    };
+    for (Json& l : replayed) {
+        l["th"] = 8;
+    }
+    const std::vector<Divergence> divergences = compareTraces(recorded, replayed);
+    ASSERT_EQ(2u, divergences.size());
+    EXPECT_EQ("key sendKeyEvent", divergences[0].stream);
+    EXPECT_EQ(1u, divergences[0].index);
+    EXPECT_EQ(2u, divergences[0].recordedSeq);
+    EXPECT_EQ(3u, divergences[0].replayedSeq);
+    EXPECT_EQ(R"({"code":403,"down":1,"kind":"key","name":"sendKeyEvent"})", divergences[0].recorded);
+    EXPECT_EQ(R"({"code":404,"down":1,"kind":"key","name":"sendKeyEvent"})", divergences[0].replayed);
+    EXPECT_EQ("event programmeChanged", divergences[1].stream);
+    EXPECT_EQ(2u, divergences[1].index);
+    EXPECT_EQ(0u, divergences[1].recordedSeq);
+    EXPECT_EQ(8u, divergences[1].replayedSeq);
+    EXPECT_EQ("nothing", divergences[1].recorded);
+
+    // A command's payload that differs is a divergence; so is a command the replay never sent.
+    replayed[6]["payload"]["param1"] = 2;
+    replayed.erase(replayed.begin() + 4);
+    const std::vector<Divergence> more = compareTraces(recorded, replayed);
+    ASSERT_EQ(4u, more.size());
+    EXPECT_EQ("command TunerCommand_TuneTo", more[1].stream);
+    EXPECT_EQ("nothing", more[1].replayed);
+    EXPECT_EQ("answer TunerCommand_TuneTo", more[2].stream);
+    EXPECT_EQ(6u, more[2].recordedSeq);
+}

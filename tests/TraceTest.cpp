@@ -1,0 +1,268 @@
+// The field trace: its JSON survives any text, a television's crossings come out as lines with
+// their exact fields, a full buffer drops and counts, and a capped file rotates.
+#include <unistd.h>
+
+#include <cstdio>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include "HbbtvBackendGlue.Trace.h"
+#include "HbbtvBackendGlue.TraceJson.h"
+#include "HbbtvBackendTVService.h"
+#include "ZR_HBBTV_KeyMapping.h"
+#include "support/Television.h"
+
+using nlohmann::json;
+using ZR_HBBTV_Core::TraceJson;
+namespace trace = ZR_HBBTV_Core::trace;
+
+namespace {
+
+std::string tracePath(const char* name)
+{
+    const char* dir = getenv("TMPDIR");
+    std::string path = std::string(dir != nullptr ? dir : "/tmp") + "/hbbtv-trace-" + name + "-" +
+                       std::to_string(getpid()) + ".jsonl";
+    remove(path.c_str());
+    remove((path + ".1").c_str());
+    return path;
+}
+
+std::vector<json> readLines(const std::string& path)
+{
+    std::vector<json> lines;
+    std::ifstream in(path);
+    std::string text;
+    while (std::getline(in, text)) {
+        lines.push_back(json::parse(text)); // throws, and fails the test, on a line that is not JSON
+    }
+    return lines;
+}
+
+// The lines of one kind and name.
+std::vector<json> find(const std::vector<json>& lines, const std::string& kind, const std::string& name)
+{
+    std::vector<json> found;
+    for (const json& line : lines) {
+        if (line["kind"] == kind && line["name"] == name) {
+            found.push_back(line);
+        }
+    }
+    return found;
+}
+
+} // namespace
+
+TEST(Trace, JsonEscapesAwkwardTextAndReadsBack)
+{
+    const std::string valid[] = {
+        "plain",
+        "quote \" backslash \\ slash /",
+        std::string("controls \x01\x02\b\f\n\r\t\x1f\x7f end"),
+        std::string("nul \0 inside", 12),
+        "UTF-8: caf\xC3\xA9 \xE2\x82\xAC \xF0\x9F\x93\xBA",
+        "",
+    };
+    for (const std::string& text : valid) {
+        std::string out;
+        TraceJson writer(out);
+        writer.beginObject();
+        writer.key("k\"ey");
+        writer.value(text);
+        writer.endObject();
+        const json parsed = json::parse(out);
+        EXPECT_EQ(text, parsed["k\"ey"].get<std::string>()) << out;
+    }
+
+    // Bytes that are no UTF-8 (a lone continuation, a cut sequence, an overlong slash, a
+    // surrogate, past U+10FFFF) each become U+FFFD; the valid text around them stays.
+    const std::string invalid = std::string("a\x80" "b\xC3" "c\xC0\xAF" "d\xED\xA0\x80" "e\xF4\x90\x80\x80" "f\xFF");
+    std::string out;
+    TraceJson::appendString(out, invalid.data(), invalid.size());
+    const std::string r = "\xEF\xBF\xBD";
+    EXPECT_EQ("a" + r + "b" + r + "c" + r + r + "d" + r + r + r + "e" + r + r + r + r + "f" + r,
+              json::parse(out).get<std::string>());
+
+    std::string numbers;
+    TraceJson writer(numbers);
+    writer.beginObject();
+    writer.key("min");
+    writer.value(static_cast<int64_t>(INT64_MIN));
+    writer.key("max");
+    writer.value(static_cast<uint64_t>(UINT64_MAX));
+    writer.key("nan");
+    writer.value(std::numeric_limits<double>::quiet_NaN());
+    writer.key("null");
+    writer.value(static_cast<const char*>(nullptr));
+    writer.endObject();
+    const json parsed = json::parse(numbers);
+    EXPECT_EQ(INT64_MIN, parsed["min"].get<int64_t>());
+    EXPECT_EQ(UINT64_MAX, parsed["max"].get<uint64_t>());
+    EXPECT_TRUE(parsed["nan"].is_null());
+    EXPECT_TRUE(parsed["null"].is_null());
+}
+
+TEST(Trace, TelevisionCrossingsComeOutWithTheirFields)
+{
+    const std::string path = tracePath("tv");
+    trace::Settings settings;
+    settings.path = path;
+    ASSERT_TRUE(trace::start(settings));
+    {
+        hbbtv_test::Television tv;
+        const android::sp<ITVService> service = tv.browser.tvService();
+        tv.host.setAnswerWriterFor(TunerCommand_TuneTo, hbbtv_sim::SimulatedHost::resultWriter(7));
+        NCOR::ChannelTunerData channel;
+        channel.setIdType(NCOR::Broadcast::ID_DVB_T);
+        channel.setOnid(8468);
+        channel.setTsid(1);
+        channel.setSid(28106);
+        service->tune(channel);
+        tv.wrapper->keyClick(398); // red
+        tv.wrapper->notifyStreamEvent("dvb://1.2.3", "quiz", "da\"ta", "trigger");
+
+        // A request that the host never answers, with a small budget.
+        tv.host.setDecisionFor(DVBMediaPlayer_OpenVideo, hbbtv_sim::HostDecision{hbbtv_sim::HostDecision::Never, 0});
+        ZR_HBBTV_Core::HbbtvBackendTVService* direct = ZR_HBBTV_Core::HbbtvBackendTVService::instantiate(nullptr, nullptr);
+        std::unique_ptr<HbbtvServiceRequestAnswer> answer = HbbtvServiceRequestAnswer::create();
+        std::unique_ptr<HbbtvCommandPayload> payload(new HbbtvCommandPayload(DVBMediaPlayer_OpenVideo, 3, 4));
+        payload->timeoutMs = 20;
+        direct->sendServiceRequest(payload, answer);
+
+        ASSERT_TRUE(tv.browser.die());
+        ASSERT_TRUE(tv.host.waitForBrowserDied(1, std::chrono::milliseconds(5000)));
+    }
+    trace::stop();
+    const std::vector<json> lines = readLines(path);
+    ASSERT_FALSE(lines.empty());
+
+    // Every line: time, thread, kind, name, and numbers 1, 2, 3... in file order.
+    uint64_t previousTime = 0;
+    for (size_t i = 0; i < lines.size(); ++i) {
+        EXPECT_EQ(i + 1, lines[i]["seq"].get<uint64_t>());
+        EXPECT_TRUE(lines[i]["th"].is_number_integer());
+        EXPECT_TRUE(lines[i]["t"].is_number_unsigned());
+        EXPECT_GE(lines[i]["t"].get<uint64_t>() + 5000, previousTime); // stamped before numbering
+        previousTime = lines[i]["t"].get<uint64_t>();
+    }
+    EXPECT_EQ(1u, find(lines, "host", "init").size());
+    EXPECT_EQ(1u, find(lines, "binder", "bound").size());
+    EXPECT_EQ(1u, find(lines, "binder", "died").size());
+    EXPECT_EQ(1u, find(lines, "callback", "HBBTV_BrowserDiedNotification").size());
+    EXPECT_EQ(1u, find(lines, "request", "registerAITSignallingClient").size());
+
+    const std::vector<json> tune = find(lines, "request", "tune");
+    ASSERT_EQ(1u, tune.size());
+    EXPECT_EQ(8468, tune[0]["onid"]);
+    EXPECT_EQ(28106, tune[0]["sid"]);
+
+    const std::vector<json> command = find(lines, "command", "TunerCommand_TuneTo");
+    ASSERT_EQ(1u, command.size());
+    EXPECT_EQ(6, command[0]["command"]);
+    EXPECT_EQ(11000, command[0]["budgetMs"]); // the default 10000 ms and the agent's 1000
+    const unsigned ticket = command[0]["ticket"];
+    const std::vector<json> completed = find(lines, "completed", "TunerCommand_TuneTo");
+    ASSERT_EQ(1u, completed.size());
+    EXPECT_EQ(ticket, completed[0]["ticket"]);
+    EXPECT_EQ(true, completed[0]["valid"]);
+    EXPECT_TRUE(completed[0]["us"].is_number_unsigned());
+    const std::vector<json> answered = find(lines, "answer", "TunerCommand_TuneTo");
+    ASSERT_EQ(1u, answered.size());
+    EXPECT_EQ("answered", answered[0]["outcome"]);
+    EXPECT_EQ(28106, answered[0]["payload"]["channelID1"]);
+    EXPECT_EQ(8468, answered[0]["payload"]["channelID2"]);
+    EXPECT_EQ(1, answered[0]["answer"]["valid"]);
+    EXPECT_EQ(7, answered[0]["answer"]["int1"]);
+    const std::vector<json> finished = find(lines, "host", "notifyHbbtvServiceRequestFinished");
+    ASSERT_FALSE(finished.empty());
+    EXPECT_EQ(ticket, finished[0]["ticket"]);
+
+    const std::vector<json> keyClick = find(lines, "host", "keyClick");
+    ASSERT_EQ(1u, keyClick.size());
+    EXPECT_EQ(398, keyClick[0]["key"]);
+    const std::vector<json> keys = find(lines, "key", "sendKeyEvent");
+    ASSERT_EQ(2u, keys.size());
+    EXPECT_EQ(1, keys[0]["down"]);
+    EXPECT_EQ(0, keys[1]["down"]);
+    EXPECT_EQ(keys[0]["id"].get<unsigned>() + 1, keys[1]["id"].get<unsigned>());
+    EXPECT_EQ(ZR_HBBTV_KeyMapping::zuk2InterfaceKey(398), keys[0]["code"]);
+    EXPECT_EQ(keys[0]["code"], keys[1]["code"]);
+
+    const std::vector<json> event = find(lines, "event", "streamEvent");
+    ASSERT_EQ(1u, event.size());
+    EXPECT_EQ("quiz", event[0]["eventName"]);
+    EXPECT_EQ("da\"ta", event[0]["data"]);
+    EXPECT_EQ(0, event[0]["notTrigger"]);
+
+    const std::vector<json> timeout = find(lines, "timeout", "DVBMediaPlayer_OpenVideo");
+    ASSERT_EQ(1u, timeout.size());
+    EXPECT_GE(timeout[0]["us"].get<uint64_t>(), 1000000u); // 20 ms and the agent's 1000
+    const std::vector<json> givenUp = find(lines, "answer", "DVBMediaPlayer_OpenVideo");
+    ASSERT_EQ(1u, givenUp.size());
+    EXPECT_EQ("given up", givenUp[0]["outcome"]);
+    EXPECT_EQ(3, givenUp[0]["payload"]["param1"]);
+    EXPECT_FALSE(givenUp[0].contains("answer"));
+    remove(path.c_str());
+}
+
+TEST(Trace, FullBufferDropsAndCountsWhatItDropped)
+{
+    const std::string path = tracePath("drops");
+    trace::Settings settings;
+    settings.path = path;
+    settings.bufferLines = 2;
+    ASSERT_TRUE(trace::start(settings));
+    const int kLines = 20000;
+    for (int i = 0; i < kLines; ++i) {
+        trace::Line("test", "burst").arg("i", i);
+    }
+    trace::stop();
+    const std::vector<json> lines = readLines(path);
+    uint64_t written = 0;
+    uint64_t droppedCounted = 0;
+    for (const json& line : lines) {
+        if (line["kind"] == "dropped") {
+            droppedCounted += line["count"].get<uint64_t>();
+        } else {
+            ++written;
+            EXPECT_EQ(written, line["seq"].get<uint64_t>()); // a dropped line takes no number
+        }
+    }
+    EXPECT_GT(trace::droppedLines(), 0u);
+    EXPECT_EQ(trace::droppedLines(), droppedCounted);
+    EXPECT_EQ(static_cast<uint64_t>(kLines), written + droppedCounted);
+    remove(path.c_str());
+}
+
+TEST(Trace, CappedFileRotatesToOnePreviousFile)
+{
+    const std::string path = tracePath("rotate");
+    trace::Settings settings;
+    settings.path = path;
+    settings.maxBytes = 4000;
+    settings.bufferLines = 100000;
+    ASSERT_TRUE(trace::start(settings));
+    const int kLines = 300; // about 100 bytes each: several rotations
+    for (int i = 0; i < kLines; ++i) {
+        trace::Line("test", "rotate").arg("i", i);
+    }
+    trace::stop();
+    const std::vector<json> previous = readLines(path + ".1");
+    const std::vector<json> current = readLines(path);
+    ASSERT_FALSE(previous.empty());
+    ASSERT_FALSE(current.empty());
+    std::ifstream a(path, std::ios::ate), b(path + ".1", std::ios::ate);
+    EXPECT_LE(static_cast<long>(a.tellg()), 4000);
+    EXPECT_LE(static_cast<long>(b.tellg()), 4000);
+    // The newest lines are in the file, the ones just before them in FILE.1, without a gap.
+    EXPECT_EQ(static_cast<uint64_t>(kLines), current.back()["seq"].get<uint64_t>());
+    EXPECT_EQ(previous.back()["seq"].get<uint64_t>() + 1, current.front()["seq"].get<uint64_t>());
+    EXPECT_LT(current.size() + previous.size(), static_cast<size_t>(kLines)); // older lines are gone
+    EXPECT_EQ(kLines - 1, current.back()["i"]);
+    remove(path.c_str());
+    remove((path + ".1").c_str());
+}

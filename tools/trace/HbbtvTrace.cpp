@@ -1,0 +1,189 @@
+// hbbtv-trace: reads field traces written by the library (HBBTV_TRACE) and prints a summary: per
+// command its count, the median and 99th percentile of its answer time and its time-outs; per
+// kind of crossing its count by name. With --html FILE it also writes the timeline page.
+//
+// Exit status 0; 1 when a file cannot be read or holds no trace line; 2 for usage.
+#include <algorithm>
+#include <cstdint>
+#include <cstdio>
+#include <fstream>
+#include <map>
+#include <string>
+#include <vector>
+
+#include <nlohmann/json.hpp>
+
+#include "TraceTimelinePage.h"
+
+using nlohmann::json;
+
+namespace {
+
+void usage(FILE* out)
+{
+    fprintf(out,
+            "usage: hbbtv-trace [--html PAGE] TRACE [TRACE...]\n"
+            "  Summarises a field trace written by the HbbTV backend glue (HBBTV_TRACE=FILE): per command its\n"
+            "  count, answer time (p50, p99) and time-outs; per kind of crossing its count by name. Give the\n"
+            "  rotated file too, oldest first (TRACE.1 TRACE). When the files hold several recordings (the\n"
+            "  middleware started again), the last one is taken.\n"
+            "  --html PAGE   also write the timeline: one self-contained HTML page (lanes host, library,\n"
+            "                browser; hover for the fields; zoom by time range or by dragging)\n");
+}
+
+// The value at this fraction of the sorted times (nearest rank).
+double percentile(std::vector<double> values, double fraction)
+{
+    std::sort(values.begin(), values.end());
+    size_t rank = static_cast<size_t>(fraction * values.size() + 0.999999);
+    rank = std::min(std::max<size_t>(rank, 1), values.size());
+    return values[rank - 1];
+}
+
+struct CommandFigures {
+    unsigned issued = 0;
+    unsigned timeouts = 0;
+    std::vector<double> answerMs;
+};
+
+void printSummary(const json& lines)
+{
+    std::map<std::string, CommandFigures> commands;
+    std::map<std::string, std::map<std::string, unsigned>> crossings;
+    uint64_t dropped = 0;
+    for (const json& line : lines) {
+        const std::string kind = line.value("kind", "");
+        const std::string name = line["name"].is_string() ? line["name"].get<std::string>()
+                                                          : "command " + std::to_string(line.value("command", -1));
+        if (kind == "command") {
+            ++commands[name].issued;
+        } else if (kind == "completed") {
+            commands[name].answerMs.push_back(line.value("us", 0.0) / 1000.0);
+        } else if (kind == "timeout") {
+            ++commands[name].timeouts;
+        } else if (kind == "dropped") {
+            dropped += line.value("count", 0u);
+        } else if (kind != "answer") {
+            ++crossings[kind][name];
+        }
+    }
+    uint64_t first = UINT64_MAX;
+    uint64_t last = 0;
+    size_t numbered = 0;
+    for (const json& line : lines) {
+        const uint64_t t = line.value("t", uint64_t(0));
+        first = std::min(first, t);
+        last = std::max(last, t);
+        numbered += line.contains("seq") ? 1 : 0;
+    }
+    printf("%zu trace lines over %.3f s", numbered, (last - first) / 1e6);
+    printf("%s\n\n", dropped != 0 ? (", " + std::to_string(dropped) + " lines dropped while recording").c_str() : "");
+    printf("%-44s %7s %10s %10s %9s\n", "command", "count", "p50 ms", "p99 ms", "time-outs");
+    for (const auto& entry : commands) {
+        const CommandFigures& figures = entry.second;
+        if (figures.answerMs.empty()) {
+            printf("%-44s %7u %10s %10s %9u\n", entry.first.c_str(), figures.issued, "-", "-", figures.timeouts);
+        } else {
+            printf("%-44s %7u %10.3f %10.3f %9u\n", entry.first.c_str(), figures.issued,
+                   percentile(figures.answerMs, 0.5), percentile(figures.answerMs, 0.99), figures.timeouts);
+        }
+    }
+    printf("\n%-10s %-44s %7s\n", "kind", "name", "count");
+    for (const auto& kind : crossings) {
+        for (const auto& name : kind.second) {
+            printf("%-10s %-44s %7u\n", kind.first.c_str(), name.first.c_str(), name.second);
+        }
+    }
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    std::string page;
+    std::vector<std::string> files;
+    for (int i = 1; i < argc; ++i) {
+        const std::string arg = argv[i];
+        if (arg == "--help" || arg == "-h") {
+            usage(stdout);
+            return 0;
+        }
+        if (arg == "--html") {
+            if (i + 1 == argc) {
+                usage(stderr);
+                return 2;
+            }
+            page = argv[++i];
+        } else if (!arg.empty() && arg[0] == '-') {
+            usage(stderr);
+            return 2;
+        } else {
+            files.push_back(arg);
+        }
+    }
+    if (files.empty()) {
+        usage(stderr);
+        return 2;
+    }
+
+    json lines = json::array();
+    for (const std::string& file : files) {
+        std::ifstream in(file);
+        if (!in) {
+            fprintf(stderr, "hbbtv-trace: cannot read %s\n", file.c_str());
+            return 1;
+        }
+        std::string text;
+        unsigned number = 0;
+        unsigned skipped = 0;
+        while (std::getline(in, text)) {
+            ++number;
+            json line = json::parse(text, nullptr, false);
+            if (line.is_discarded() || !line.is_object() || !line["t"].is_number() || !line["kind"].is_string()) {
+                if (++skipped <= 3) {
+                    fprintf(stderr, "hbbtv-trace: %s:%u is not a trace line; skipped\n", file.c_str(), number);
+                }
+                continue;
+            }
+            lines.push_back(std::move(line));
+        }
+        if (skipped > 3) {
+            fprintf(stderr, "hbbtv-trace: %s: %u lines skipped in all\n", file.c_str(), skipped);
+        }
+    }
+    if (lines.empty()) {
+        fprintf(stderr, "hbbtv-trace: no trace lines\n");
+        return 1;
+    }
+    // The file is appended to, so it may hold several recordings (the middleware started again):
+    // numbers that start again mark the next one. The last is the one summarised.
+    size_t lastStart = 0;
+    unsigned recordings = 1;
+    uint64_t previous = 0;
+    for (size_t i = 0; i < lines.size(); ++i) {
+        if (!lines[i].contains("seq") || !lines[i]["seq"].is_number_unsigned()) {
+            continue; // a drop count carries no number
+        }
+        const uint64_t seq = lines[i]["seq"].get<uint64_t>();
+        if (seq <= previous) {
+            lastStart = i;
+            ++recordings;
+        }
+        previous = seq;
+    }
+    if (recordings > 1) {
+        fprintf(stderr, "hbbtv-trace: %u recordings (numbers start again); the last one is shown\n", recordings);
+        lines.erase(lines.begin(), lines.begin() + static_cast<std::ptrdiff_t>(lastStart));
+    }
+    printSummary(lines);
+    if (!page.empty()) {
+        std::ofstream out(page);
+        out << hbbtv_trace::timelinePage(lines, files.back());
+        if (!out) {
+            fprintf(stderr, "hbbtv-trace: cannot write %s\n", page.c_str());
+            return 1;
+        }
+        printf("\ntimeline: %s\n", page.c_str());
+    }
+    return 0;
+}
