@@ -216,7 +216,6 @@ private:
     ServiceRequestIssuer* m_issuer;
     std::atomic<bool> m_started;
     bool m_logEnabled;
-    pthread_t m_thread;
     Mutex m_givenUpMutex;
     std::deque<GivenUpRequest> m_givenUp;
     std::vector<GetServiceTask*> m_expired; // the agent thread's, reused every cycle
