@@ -5,17 +5,20 @@
 #   scripts/bootstrap.sh --armhf  also the armhf cross toolchain, libraries and qemu
 #   scripts/bootstrap.sh --delivery  also what packaging and checking the packages need
 #   scripts/bootstrap.sh --fuzz   also clang and its libFuzzer and sanitizer runtimes
+#   scripts/bootstrap.sh --chromium  also Debian's chromium, for the timeline page's test
 # (the options can be given together).
 set -euo pipefail
 
 want_armhf=0
 want_delivery=0
 want_fuzz=0
+want_chromium=0
 for arg in "$@"; do
   case "$arg" in
     --armhf) want_armhf=1 ;;
     --delivery) want_delivery=1 ;;
     --fuzz) want_fuzz=1 ;;
+    --chromium) want_chromium=1 ;;
     *) echo "bootstrap: unknown option $arg" >&2; exit 2 ;;
   esac
 done
@@ -32,6 +35,7 @@ native_pkgs=(
 )
 delivery_pkgs=(dpkg-dev file lintian)
 fuzz_pkgs=(clang libclang-rt-14-dev)
+chromium_pkgs=(chromium)
 armhf_pkgs=(
   g++-arm-linux-gnueabihf qemu-user
   android-libutils-dev:armhf android-liblog-dev:armhf
@@ -69,6 +73,10 @@ apt_install "${todo[@]}"
 
 if [ "$want_delivery" -eq 1 ]; then
   mapfile -t todo < <(missing "${delivery_pkgs[@]}")
+  apt_install "${todo[@]}"
+fi
+if [ "$want_chromium" -eq 1 ]; then
+  mapfile -t todo < <(missing "${chromium_pkgs[@]}")
   apt_install "${todo[@]}"
 fi
 if [ "$want_fuzz" -eq 1 ]; then
