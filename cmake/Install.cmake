@@ -82,6 +82,14 @@ if(TARGET hbbtv-host-check)
     DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT simulator)
 endif()
 
+# ---- the field trace's summary and timeline, beside the simulator that replays a trace -----------
+if(TARGET hbbtv-trace)
+  install(TARGETS hbbtv-trace RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT simulator)
+  execute_process(COMMAND gzip -9nc ${PROJECT_SOURCE_DIR}/tools/trace/hbbtv-trace.1
+                  OUTPUT_FILE ${PROJECT_BINARY_DIR}/hbbtv-trace.1.gz)
+  install(FILES ${PROJECT_BINARY_DIR}/hbbtv-trace.1.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT simulator)
+endif()
+
 # ---- the development platform: privately for the simulator, or as a platform of its own ----------
 if(HBBTV_PLATFORM STREQUAL "dev")
   set(dev_platform_libraries binder plx ncor yxtservice tvservice zrkeymapping)

@@ -128,6 +128,13 @@ play_scenario "$usrlib/libhbbtvbackendglue.so.$major" /usr/bin/hbbtv_simulator
 expect_file /usr/include/HbbtvBackendGlue/HbbtvHostCheckPlugin.h
 hbbtv-host-check --host "$usrlib/hbbtv-host-check/libhbbtv_host_simulated.so" >"$work/host-check.log" ||
   { cat "$work/host-check.log"; fail "installed hbbtv-host-check with the simulated host"; }
+# A field trace of the installed simulator's evening, summarised, drawn and replayed from the install.
+HBBTV_TRACE="$work/evening.trace" hbbtv_simulator >/dev/null || fail "installed simulator with HBBTV_TRACE"
+hbbtv-trace --html "$work/evening.html" "$work/evening.trace" >"$work/trace.log" ||
+  { cat "$work/trace.log"; fail "installed hbbtv-trace"; }
+expect_file "$work/evening.html"
+hbbtv_simulator --replay "$work/evening.trace" >"$work/replay.log" ||
+  { cat "$work/replay.log"; fail "installed simulator's replay of its own evening"; }
 
 # ---- 3. the host example -----------------------------------------------------------------------
 step "development platform into a prefix of its own"
