@@ -4,22 +4,11 @@
 #include <unistd.h>
 
 #include "HbbtvBackendGlue.MemoryPool.h"
+#include "NullClientRegister.h"
 
 namespace hbbtv_fuzz {
 
 std::vector<uint8_t> answerBytes;
-
-namespace {
-
-class NullClientRegister : public HbbtvBackendClientRegister {
-public:
-    void registerAITSignallingClient(const android::sp<IAITSignallingClient>&) override { }
-    void registerChannelManagerClient(const android::sp<IChannelManagerClient>&) override { }
-    void registerDSMCCClient(const android::sp<IDSMCCClient>&) override { }
-    void registerTvConfigurationClient(const android::sp<ITvConfigurationClient>&) override { }
-};
-
-} // namespace
 
 void copyAnswerBytes(const HbbtvCommandPayload& request, HbbtvServiceRequestAnswer& answer)
 {
@@ -35,7 +24,7 @@ hbbtv_sim::SimulatedHost& host()
 
 ZR_HBBTV_Core::HbbtvBackendTVService& serviceAnswering(int command, hbbtv_sim::SimulatedHost::AnswerWriter writer)
 {
-    static NullClientRegister* const clients = new NullClientRegister;
+    static hbbtv_sim::NullClientRegister* const clients = new hbbtv_sim::NullClientRegister;
     static ZR_HBBTV_Core::HbbtvBackendTVService* const service = [] {
         ZR_HBBTV_Core::HbbtvBackendTVService* const created
             = ZR_HBBTV_Core::HbbtvBackendTVService::instantiate(&host(), clients);

@@ -4,6 +4,8 @@
 #include <mutex>
 #include <set>
 
+#include "NullClientRegister.h"
+
 namespace hbbtv_test {
 
 namespace {
@@ -42,14 +44,6 @@ private:
     std::set<int> m_unanswered;
 };
 
-class NullClientRegister : public HbbtvBackendClientRegister {
-public:
-    void registerAITSignallingClient(const android::sp<IAITSignallingClient>&) override { }
-    void registerChannelManagerClient(const android::sp<IChannelManagerClient>&) override { }
-    void registerDSMCCClient(const android::sp<IDSMCCClient>&) override { }
-    void registerTvConfigurationClient(const android::sp<ITvConfigurationClient>&) override { }
-};
-
 // Both live as long as the process: the service and the agent's issuer keep pointing at them.
 BudgetingServer& server()
 {
@@ -57,9 +51,9 @@ BudgetingServer& server()
     return *instance;
 }
 
-NullClientRegister& clientRegister()
+hbbtv_sim::NullClientRegister& clientRegister()
 {
-    static NullClientRegister* const instance = new NullClientRegister;
+    static hbbtv_sim::NullClientRegister* const instance = new hbbtv_sim::NullClientRegister;
     return *instance;
 }
 
