@@ -386,6 +386,9 @@ Json checkObject(
                 throw ScenarioError(where + ": missing argument \"" + field.name + "\" (" + field.help + ")");
             }
             checked[field.name] = field.defaultValue;
+        } else if (found->is_null() && !field.required && field.defaultValue.is_null()) {
+            // An optional argument without a default reads back as null; null says "absent" here too.
+            checked[field.name] = nullptr;
         } else {
             checked[field.name] = checkValue(field, *found, where + ": argument \"" + field.name + "\"");
         }

@@ -105,6 +105,14 @@ TEST(ScenarioLanguage, DefaultsAreFilledIn)
     EXPECT_EQ(
         Json::parse(R"({"url": "dvb://1.2.3.4/e", "name": "go", "data": "", "kind": "trigger"})"), steps[0].arguments);
     EXPECT_TRUE(steps[1].arguments.at("serviceId").is_null());
+    // Checked steps, written out again (absent optionals as null), read back as themselves.
+    Json again = Json::array();
+    for (const StepCall& step : steps) {
+        Json written = step.arguments;
+        written["step"] = step.name;
+        again.push_back(written);
+    }
+    EXPECT_EQ(steps, parseScenario(again, "again"));
     EXPECT_EQ(398, nativeKeyCode(steps[2].arguments.at("key")));
     EXPECT_EQ(398, nativeKeyCode("red"));
     EXPECT_EQ("red (398)", keyLabel("red"));
