@@ -1,6 +1,7 @@
 #include "HbbtvBackendGlue.MemoryPool.h"
 
 #include <fcntl.h>
+#include <sched.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -8,6 +9,7 @@
 #include <atomic>
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 #include <string>
 #include <tuple>
 #include <utility>
@@ -162,13 +164,17 @@ shm_allocator::arena::arena(shm_allocator& owner, size_t nodeSize) : m_made(0), 
 // null if the shard has none.
 shm_allocator::node_tag* shm_allocator::arena::takeFree(unsigned int shard, unsigned int taker)
 {
-    Locker<Mutex> lock(m_owner.m_shards[shard].mutex);
-    std::deque<node_tag*>& nodes = m_free[shard].nodes;
-    if (nodes.empty()) {
+    Locker<ShardLock> lock(m_owner.m_shards[shard].mutex);
+    FreeList& list = m_free[shard];
+    if (list.head == kNoNode) {
         return nullptr;
     }
-    node_tag* const node = nodes.front();
-    nodes.pop_front();
+    node_tag* const node = m_owner.nodeAt(list.head);
+    list.head = m_owner.m_nextFree[list.head];
+    if (list.head == kNoNode) {
+        list.tail = kNoNode;
+    }
+    --list.count;
     m_owner.stateOf(node).store(nodeState(m_nodeSize, taker, true), std::memory_order_release);
     return node;
 }
@@ -200,7 +206,7 @@ shm_allocator::node_tag* shm_allocator::arena::allocate(size_t nodeSize)
     }
     node->useMark = node_tag::kInUse;
     m_made.fetch_add(1, std::memory_order_relaxed);
-    Locker<Mutex> lock(m_owner.m_shards[home].mutex);
+    Locker<ShardLock> lock(m_owner.m_shards[home].mutex);
     m_owner.stateOf(node).store(nodeState(nodeSize, home, true), std::memory_order_release);
     return node;
 }
@@ -211,7 +217,7 @@ void shm_allocator::arena::free(node_tag* node)
     for (;;) {
         const uint16_t seen = state.load(std::memory_order_acquire);
         const unsigned int shard = shardOf(seen);
-        Locker<Mutex> lock(m_owner.m_shards[shard].mutex);
+        Locker<ShardLock> lock(m_owner.m_shards[shard].mutex);
         if (state.load(std::memory_order_acquire) != seen) {
             continue; // handed to another shard meanwhile
         }
@@ -228,7 +234,16 @@ void shm_allocator::arena::free(node_tag* node)
         node->useMark = node_tag::kFree;
         state.store(nodeState(m_nodeSize, shard, false), std::memory_order_release);
         poisonNode(node);
-        m_free[shard].nodes.push_back(node);
+        FreeList& list = m_free[shard];
+        const uint16_t index = m_owner.indexOf(node);
+        m_owner.m_nextFree[index] = kNoNode;
+        if (list.tail == kNoNode) {
+            list.head = index;
+        } else {
+            m_owner.m_nextFree[list.tail] = index;
+        }
+        list.tail = index;
+        ++list.count;
         return;
     }
 }
@@ -239,10 +254,10 @@ void shm_allocator::arena::dumpInfo()
     // reported.
     size_t freeNodes = 0;
     for (unsigned int shard = 0; shard < kShards; ++shard) {
-        Locker<Mutex> lock(m_owner.m_shards[shard].mutex);
-        freeNodes += m_free[shard].nodes.size();
-        for (node_tag* node : m_free[shard].nodes) {
-            (void)node->isPolluted();
+        Locker<ShardLock> lock(m_owner.m_shards[shard].mutex);
+        freeNodes += m_free[shard].count;
+        for (uint16_t index = m_free[shard].head; index != kNoNode; index = m_owner.m_nextFree[index]) {
+            (void)m_owner.nodeAt(index)->isPolluted();
         }
     }
     printf("free list:%u\n", static_cast<unsigned>(freeNodes));
@@ -274,12 +289,49 @@ void shm_allocator::init()
     m_start = m_base + (((base + 7) & ~static_cast<uintptr_t>(7)) - base);
     m_capacity -= static_cast<uint32_t>(m_start - m_base);
     m_nodeState.reset(new std::atomic<uint16_t>[m_capacity / 8]());
+    m_nextFree.reset(new uint16_t[m_capacity / 8]());
     m_initialized.store(true, std::memory_order_release);
 }
 
 std::atomic<uint16_t>& shm_allocator::stateOf(const node_tag* node)
 {
-    return m_nodeState[static_cast<size_t>(reinterpret_cast<const unsigned char*>(node) - m_start) / 8];
+    return m_nodeState[indexOf(node)];
+}
+
+void shm_allocator::ShardLock::lockContended()
+{
+    for (unsigned int round = 0;; ++round) {
+        while (m_held.load(std::memory_order_relaxed)) {
+            if (round < 100) {
+#if defined(__x86_64__) || defined(__i386__)
+                __builtin_ia32_pause();
+#elif defined(__arm__) || defined(__aarch64__)
+                asm volatile("yield");
+#endif
+            } else if (round < 200) {
+                sched_yield();
+            } else {
+                const struct timespec pause = {0, 50000};
+                nanosleep(&pause, nullptr);
+            }
+            ++round;
+        }
+        if (!m_held.exchange(true, std::memory_order_acquire)) {
+            return;
+        }
+    }
+}
+
+static_assert(kBackendRegionSize / 8 < shm_allocator::kNoNode, "every node of the region has an index");
+
+uint16_t shm_allocator::indexOf(const node_tag* node) const
+{
+    return static_cast<uint16_t>(static_cast<size_t>(reinterpret_cast<const unsigned char*>(node) - m_start) / 8);
+}
+
+shm_allocator::node_tag* shm_allocator::nodeAt(uint16_t index) const
+{
+    return reinterpret_cast<node_tag*>(m_start + static_cast<size_t>(index) * 8);
 }
 
 unsigned int shm_allocator::currentShard()

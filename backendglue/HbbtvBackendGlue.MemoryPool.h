@@ -26,7 +26,6 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
-#include <deque>
 #include <map>
 #include <memory>
 
@@ -57,6 +56,8 @@ public:
     };
 
     static const unsigned int kShards = 4;
+    // Nodes are named by their offset / 8 in the heap's bookkeeping; this names none.
+    static const uint16_t kNoNode = 0xFFFF;
 
     // The nodes of one node size.
     class arena {
@@ -68,9 +69,12 @@ public:
         void dumpInfo();
 
     private:
-        // One shard's free nodes of this size, oldest first; guarded by the shard's lock.
+        // One shard's free nodes of this size, oldest first, linked through the allocator's
+        // next-free words; guarded by the shard's lock.
         struct alignas(64) FreeList {
-            std::deque<node_tag*> nodes;
+            uint16_t head = kNoNode;
+            uint16_t tail = kNoNode;
+            uint32_t count = 0;
         };
 
         node_tag* takeFree(unsigned int shard, unsigned int taker);
@@ -105,14 +109,36 @@ public:
     static size_t nodeSizeFor(size_t n);
 
 private:
+    // A shard's lock guards a few dozen instructions, so it is taken with one exchange and given
+    // back with one store (a mutex costs two atomic operations each way, and the allocator takes a
+    // lock for every allocate and every free). A waiter spins briefly, then yields, then sleeps, so
+    // that a holder preempted inside, or running at a lower priority on the same core, always gets
+    // to finish.
+    class ShardLock {
+    public:
+        void lock()
+        {
+            if (m_held.exchange(true, std::memory_order_acquire)) {
+                lockContended();
+            }
+        }
+        void unlock() { m_held.store(false, std::memory_order_release); }
+
+    private:
+        void lockContended();
+        std::atomic<bool> m_held{false};
+    };
+
     struct alignas(64) Shard {
-        Mutex mutex;
+        ShardLock mutex;
     };
 
     // The heap's word for the node at this offset from the start (one per 8 bytes): node size / 8
     // in the low 13 bits (0: no node starts here), the keeping shard in the next two, in use in
     // the top bit. Written only under the keeping shard's lock.
     std::atomic<uint16_t>& stateOf(const node_tag* node);
+    uint16_t indexOf(const node_tag* node) const;
+    node_tag* nodeAt(uint16_t index) const;
     // The calling thread's shard.
     static unsigned int currentShard();
 
@@ -126,6 +152,8 @@ private:
     unsigned char* m_start;          // the base rounded up to 8: where the first node goes
     std::atomic<uint32_t> m_used;    // the bump cursor, as bytes from m_start
     std::unique_ptr<std::atomic<uint16_t>[]> m_nodeState;
+    // Per free node, the next one on its free list (kNoNode at the tail); under the shard's lock.
+    std::unique_ptr<uint16_t[]> m_nextFree;
     Mutex m_mutex;                   // init, arena creation, dumpInfo
     Shard m_shards[kShards];
 };
