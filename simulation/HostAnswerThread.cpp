@@ -40,7 +40,11 @@ void HostAnswerThread::post(const HbbtvCommandPayload* payload, HbbtvServiceRequ
            std::max(sizeof(HbbtvCommandPayload), std::min(payloadBytes, kMaxPayloadBytes)));
     {
         std::lock_guard<std::mutex> lock(m_mutex);
-        m_jobs.emplace(now + std::chrono::milliseconds(decision.delayMs), job);
+        if (decision.delayMs == 0) {
+            m_now.emplace_back(now, job);
+        } else {
+            m_later.emplace(now + std::chrono::milliseconds(decision.delayMs), job);
+        }
     }
     m_wake.notify_one();
 }
@@ -49,17 +53,25 @@ void HostAnswerThread::run()
 {
     std::unique_lock<std::mutex> lock(m_mutex);
     while (!m_stopping) {
-        if (m_jobs.empty()) {
+        // Whichever job is due first: the oldest immediate one, or the earliest delayed one once
+        // its time has come.
+        const bool takeLater = !m_later.empty() && (m_now.empty() || m_later.begin()->first < m_now.front().first);
+        if (!takeLater && m_now.empty()) {
             m_wake.wait(lock);
             continue;
         }
-        const std::chrono::steady_clock::time_point due = m_jobs.begin()->first;
-        if (std::chrono::steady_clock::now() < due) {
-            m_wake.wait_until(lock, due);
+        if (takeLater && std::chrono::steady_clock::now() < m_later.begin()->first) {
+            m_wake.wait_until(lock, m_later.begin()->first);
             continue;
         }
-        Job job = m_jobs.begin()->second;
-        m_jobs.erase(m_jobs.begin());
+        Job job;
+        if (takeLater) {
+            job = m_later.begin()->second;
+            m_later.erase(m_later.begin());
+        } else {
+            job = m_now.front().second;
+            m_now.pop_front();
+        }
         lock.unlock();
         act(job);
         lock.lock();

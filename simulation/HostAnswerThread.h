@@ -7,10 +7,12 @@
 #include <chrono>
 #include <condition_variable>
 #include <cstddef>
+#include <deque>
 #include <functional>
 #include <map>
 #include <mutex>
 #include <thread>
+#include <utility>
 
 #include "HbbtvBackendRecords.h"
 
@@ -76,7 +78,10 @@ private:
     Report m_report;
     std::mutex m_mutex;
     std::condition_variable m_wake;
-    std::multimap<std::chrono::steady_clock::time_point, Job> m_jobs;
+    // Jobs due at their hand-over, in order, and those the decision delays, by due time; the
+    // first keeps the common case free of a heap allocation per request.
+    std::deque<std::pair<std::chrono::steady_clock::time_point, Job>> m_now;
+    std::multimap<std::chrono::steady_clock::time_point, Job> m_later;
     bool m_stopping = false;
     std::thread m_thread;
 };
