@@ -118,7 +118,7 @@ ReceivedRequest readRequest(const HbbtvCommandPayload& payload)
 }
 
 SimulatedHost::SimulatedHost(ZR_HBBTV_Core::ZR_HbbtvImplInterface* wrapper)
-    : m_writer(&SimulatedHost::writeDefaultAnswer), m_random(1), m_wrapper(wrapper)
+    : m_writer(std::make_shared<const AnswerWriter>(&SimulatedHost::writeDefaultAnswer)), m_random(1), m_wrapper(wrapper)
 {
     m_answers.reset(new HostAnswerThread(
         [this](const HbbtvCommandPayload& request) { return decide(request); },
@@ -164,14 +164,15 @@ void SimulatedHost::setDecider(Decide decide)
 void SimulatedHost::setAnswerWriter(AnswerWriter writer)
 {
     std::lock_guard<std::mutex> lock(m_mutex);
-    m_writer = writer ? std::move(writer) : AnswerWriter(&SimulatedHost::writeDefaultAnswer);
+    m_writer = std::make_shared<const AnswerWriter>(writer ? std::move(writer)
+                                                           : AnswerWriter(&SimulatedHost::writeDefaultAnswer));
 }
 
 void SimulatedHost::setAnswerWriterFor(int command, AnswerWriter writer)
 {
     std::lock_guard<std::mutex> lock(m_mutex);
     if (writer) {
-        m_writerFor[command] = std::move(writer);
+        m_writerFor[command] = std::make_shared<const AnswerWriter>(std::move(writer));
     } else {
         m_writerFor.erase(command);
     }
@@ -337,7 +338,7 @@ HostDecision SimulatedHost::decide(const HbbtvCommandPayload& request)
 
 void SimulatedHost::fill(const HbbtvCommandPayload& request, HbbtvServiceRequestAnswer& answer)
 {
-    AnswerWriter writer;
+    std::shared_ptr<const AnswerWriter> writer;
     std::vector<unsigned char> noise;
     {
         std::lock_guard<std::mutex> lock(m_mutex);
@@ -356,7 +357,7 @@ void SimulatedHost::fill(const HbbtvCommandPayload& request, HbbtvServiceRequest
         answer.valid = 1;
         return;
     }
-    writer(request, answer);
+    (*writer)(request, answer);
 }
 
 void SimulatedHost::report(HbbtvCommandPayload* payload)

@@ -226,8 +226,10 @@ private:
     HostDecision m_decision;
     std::map<int, HostDecision> m_decisionFor;
     Decide m_decider;
-    AnswerWriter m_writer;
-    std::map<int, AnswerWriter> m_writerFor;
+    // Shared, so that an answer takes the writer out from under the lock without copying what it
+    // captured (a whole lineup or schedule).
+    std::shared_ptr<const AnswerWriter> m_writer;
+    std::map<int, std::shared_ptr<const AnswerWriter>> m_writerFor;
     bool m_garbage = false;
     bool m_recordRequests = true;
     std::mt19937 m_random;
