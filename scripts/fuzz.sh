@@ -4,6 +4,8 @@
 #   scripts/fuzz.sh                 about 30 seconds each
 #   scripts/fuzz.sh 600             600 seconds each
 #   scripts/fuzz.sh --runs 1000000  a million executions each
+#   scripts/fuzz.sh --seed 1 30     the same mutations on every run (CI: a clean run stays clean
+#                                   on the next machine; without a seed every run explores anew)
 #   scripts/fuzz.sh ... TARGET...   only these targets (names as in fuzz/corpus)
 # What a run finds goes to build/fuzz/findings/<target>-*; what it learns to build/fuzz/learned/,
 # never into the repository's corpus. Exits non-zero when a target fails.
@@ -11,13 +13,21 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 
 limit=(-max_total_time=30)
-if [ "${1:-}" = "--runs" ]; then
-  limit=(-runs="$2")
-  shift 2
-elif [[ "${1:-}" =~ ^[0-9]+$ ]]; then
-  limit=(-max_total_time="$1")
-  shift
-fi
+seed=()
+while [ $# -gt 0 ]; do
+  if [ "$1" = "--runs" ]; then
+    limit=(-runs="$2")
+    shift 2
+  elif [ "$1" = "--seed" ]; then
+    seed=(-seed="$2")
+    shift 2
+  elif [[ "$1" =~ ^[0-9]+$ ]]; then
+    limit=(-max_total_time="$1")
+    shift
+  else
+    break
+  fi
+done
 
 scripts/bootstrap.sh --fuzz
 cmake --preset fuzz >/dev/null
@@ -34,7 +44,7 @@ for target in "${targets[@]}"; do
   [ -f "fuzz/dict/$target.dict" ] && dict=(-dict="fuzz/dict/$target.dict")
   echo "=== fuzz_$target ==="
   # Standard output is closed (-close_fd_mask=1): the library's log lines would drown the report.
-  if ! "build/fuzz/fuzz/fuzz_$target" "${limit[@]}" "${dict[@]}" -timeout=25 -close_fd_mask=1 \
+  if ! "build/fuzz/fuzz/fuzz_$target" "${limit[@]}" "${seed[@]}" "${dict[@]}" -timeout=25 -close_fd_mask=1 \
       -print_final_stats=1 -artifact_prefix="build/fuzz/findings/$target-" "$learned" "fuzz/corpus/$target" \
       2> "build/fuzz/$target.log"; then
     failed+=("$target")
