@@ -338,9 +338,14 @@ unsigned int shm_allocator::currentShard()
 {
     // Threads take shards in turn, so that two threads started one after the other never share
     // one; a thread keeps its shard for life, so its own frees come back to it in order.
+    // Zero-initialised, so that reading it needs no guard: 0 until the thread's first allocation,
+    // then its shard + 1.
     static std::atomic<unsigned int> nextShard(0);
-    thread_local const unsigned int shard = nextShard.fetch_add(1, std::memory_order_relaxed) % kShards;
-    return shard;
+    static thread_local unsigned int shardPlusOne = 0;
+    if (shardPlusOne == 0) {
+        shardPlusOne = nextShard.fetch_add(1, std::memory_order_relaxed) % kShards + 1;
+    }
+    return shardPlusOne - 1;
 }
 
 size_t shm_allocator::nodeSizeFor(size_t n)
