@@ -4,6 +4,7 @@
 #define ZR_HBBTV_IMPLIPC_H
 
 #include <atomic>
+#include <mutex>
 
 #include <utils/StrongPointer.h>
 
@@ -54,8 +55,18 @@ public:
     void notifyTunerPlundered() override;
 
 private:
-    bool ready() const;
+    // The private object for one call, taken once under m_stateMutex: null when not initialised.
+    // A deinit on another thread then cannot clear it under the call, and the object stays alive
+    // (torn down, refusing) until the call lets go of it.
+    android::sp<ZR_HbbtvImplPrivate> ready() const;
+    // The same without the initialised check, for SetHbbTVRunningStatus.
+    android::sp<ZR_HbbtvImplPrivate> privateObject() const;
 
+    // Serialises init and deinit. Held across the private object's init and teardown, which
+    // m_stateMutex never is, so that a host call made meanwhile is refused rather than blocked.
+    std::mutex m_lifecycleMutex;
+    // Guards the two fields below, for as long as it takes to read or set them.
+    mutable std::mutex m_stateMutex;
     // Owned through its reference count: the browser holds references to it as its client.
     android::sp<ZR_HbbtvImplPrivate> m_private;
     bool m_initialised;
