@@ -68,28 +68,31 @@ void ZR_HbbtvImpl::deinit()
     // it refusing once it is torn down.
     if (manager != nullptr) {
         manager->teardown();
+        std::lock_guard<std::mutex> lock(m_stateMutex);
         manager.clear();
     }
     if (trace::on()) trace::flush();
 }
 
-android::sp<ZR_HbbtvImplPrivate> ZR_HbbtvImpl::ready() const
+ZR_HbbtvImpl::PrivateRef::PrivateRef(const ZR_HbbtvImpl& wrapper, bool initialisedOnly) : m_wrapper(wrapper)
 {
-    std::lock_guard<std::mutex> lock(m_stateMutex);
-    return m_initialised ? m_private : android::sp<ZR_HbbtvImplPrivate>();
+    std::lock_guard<std::mutex> lock(m_wrapper.m_stateMutex);
+    if (m_wrapper.m_initialised || !initialisedOnly) {
+        m_private = m_wrapper.m_private;
+    }
 }
 
-android::sp<ZR_HbbtvImplPrivate> ZR_HbbtvImpl::privateObject() const
+ZR_HbbtvImpl::PrivateRef::~PrivateRef()
 {
-    std::lock_guard<std::mutex> lock(m_stateMutex);
-    return m_private;
+    std::lock_guard<std::mutex> lock(m_wrapper.m_stateMutex);
+    m_private.clear();
 }
 
 int ZR_HbbtvImpl::toggleDigitalTeletext() const
 {
     if (trace::on()) trace::Line("host", "toggleDigitalTeletext");
-    const android::sp<ZR_HbbtvImplPrivate> manager = ready();
-    if (manager == nullptr) {
+    const PrivateRef manager(*this);
+    if (!manager) {
         return 0;
     }
     switch (manager->toggleDigitalTeletext()) {
@@ -102,8 +105,8 @@ int ZR_HbbtvImpl::toggleDigitalTeletext() const
 void ZR_HbbtvImpl::notifyChannelChanged(unsigned short a, unsigned short b, unsigned short c) const
 {
     if (trace::on()) trace::Line("host", "notifyChannelChanged").arg("a", a).arg("b", b).arg("c", c);
-    const android::sp<ZR_HbbtvImplPrivate> manager = ready();
-    if (manager != nullptr) {
+    const PrivateRef manager(*this);
+    if (manager) {
         manager->notifyChannelChanged(a, b, c);
     }
 }
@@ -111,15 +114,15 @@ void ZR_HbbtvImpl::notifyChannelChanged(unsigned short a, unsigned short b, unsi
 bool ZR_HbbtvImpl::newAITNotification(unsigned int aitVersion, const AITApps& apps)
 {
     if (trace::on()) trace::describe(trace::Line("host", "newAITNotification").arg("version", aitVersion), apps);
-    const android::sp<ZR_HbbtvImplPrivate> manager = ready();
-    return manager != nullptr && manager->newAITNotification(aitVersion, apps);
+    const PrivateRef manager(*this);
+    return manager && manager->newAITNotification(aitVersion, apps);
 }
 
 void ZR_HbbtvImpl::noAITNotification(unsigned short value)
 {
     if (trace::on()) trace::Line("host", "noAITNotification").arg("value", value);
-    const android::sp<ZR_HbbtvImplPrivate> manager = ready();
-    if (manager != nullptr) {
+    const PrivateRef manager(*this);
+    if (manager) {
         manager->noAITNotification(value);
     }
 }
@@ -127,8 +130,8 @@ void ZR_HbbtvImpl::noAITNotification(unsigned short value)
 void ZR_HbbtvImpl::tunerStopped(bool stopped)
 {
     if (trace::on()) trace::Line("host", "tunerStopped").arg("stopped", stopped);
-    const android::sp<ZR_HbbtvImplPrivate> manager = ready();
-    if (manager != nullptr) {
+    const PrivateRef manager(*this);
+    if (manager) {
         manager->tunerStopped(stopped);
     }
 }
@@ -136,15 +139,15 @@ void ZR_HbbtvImpl::tunerStopped(bool stopped)
 bool ZR_HbbtvImpl::launchBrowser()
 {
     if (trace::on()) trace::Line("host", "launchBrowser");
-    const android::sp<ZR_HbbtvImplPrivate> manager = ready();
-    return manager != nullptr && manager->launchBrowser();
+    const PrivateRef manager(*this);
+    return manager && manager->launchBrowser();
 }
 
 bool ZR_HbbtvImpl::keyClick(unsigned int key)
 {
     if (trace::on()) trace::Line("host", "keyClick").arg("key", key);
-    const android::sp<ZR_HbbtvImplPrivate> manager = ready();
-    if (manager == nullptr || !manager->keyClick(key)) {
+    const PrivateRef manager(*this);
+    if (!manager || !manager->keyClick(key)) {
         return false;
     }
     // Woken by the browser's verdict, within the 100 polls of 3 ms that hosts have always been
@@ -160,22 +163,22 @@ bool ZR_HbbtvImpl::keyClick(unsigned int key)
 int ZR_HbbtvImpl::prepareCreateApplication()
 {
     if (trace::on()) trace::Line("host", "prepareCreateApplication");
-    const android::sp<ZR_HbbtvImplPrivate> manager = ready();
-    return manager != nullptr ? manager->prepareCreateApplication() : 0;
+    const PrivateRef manager(*this);
+    return manager ? manager->prepareCreateApplication() : 0;
 }
 
 int ZR_HbbtvImpl::createApplication(int appId, const std::string& url, const std::string& extra)
 {
     if (trace::on()) trace::Line("host", "createApplication").arg("appId", appId).arg("url", url).arg("extra", extra);
-    const android::sp<ZR_HbbtvImplPrivate> manager = ready();
-    return manager != nullptr ? manager->createApplication(appId, url, extra) : 0;
+    const PrivateRef manager(*this);
+    return manager ? manager->createApplication(appId, url, extra) : 0;
 }
 
 void ZR_HbbtvImpl::closeUserCreatedApps()
 {
     if (trace::on()) trace::Line("host", "closeUserCreatedApps");
-    const android::sp<ZR_HbbtvImplPrivate> manager = ready();
-    if (manager != nullptr) {
+    const PrivateRef manager(*this);
+    if (manager) {
         manager->closeUserCreatedApps();
     }
 }
@@ -183,8 +186,8 @@ void ZR_HbbtvImpl::closeUserCreatedApps()
 void ZR_HbbtvImpl::notifyBroadbandAccessAvailable(bool available)
 {
     if (trace::on()) trace::Line("host", "notifyBroadbandAccessAvailable").arg("available", available);
-    const android::sp<ZR_HbbtvImplPrivate> manager = ready();
-    if (manager != nullptr) {
+    const PrivateRef manager(*this);
+    if (manager) {
         manager->notifyBroadbandAccessAvailable(available);
     }
 }
@@ -203,8 +206,8 @@ void ZR_HbbtvImpl::notifyStreamEvent(const std::string& a, const std::string& b,
                                      const std::string& d)
 {
     if (trace::on()) trace::Line("host", "notifyStreamEvent").arg("url", a).arg("eventName", b).arg("data", c).arg("eventKind", d);
-    const android::sp<ZR_HbbtvImplPrivate> manager = ready();
-    if (manager != nullptr) {
+    const PrivateRef manager(*this);
+    if (manager) {
         manager->notifyStreamEvent(a, b, c, d);
     }
 }
@@ -212,8 +215,8 @@ void ZR_HbbtvImpl::notifyStreamEvent(const std::string& a, const std::string& b,
 void ZR_HbbtvImpl::setCookiesEnabledAttribute(bool enabled)
 {
     if (trace::on()) trace::Line("host", "setCookiesEnabledAttribute").arg("enabled", enabled);
-    const android::sp<ZR_HbbtvImplPrivate> manager = ready();
-    if (manager != nullptr) {
+    const PrivateRef manager(*this);
+    if (manager) {
         manager->setCookiesEnabledAttribute(enabled);
     }
 }
@@ -221,8 +224,8 @@ void ZR_HbbtvImpl::setCookiesEnabledAttribute(bool enabled)
 void ZR_HbbtvImpl::sendCookiesEnabledAttribute()
 {
     if (trace::on()) trace::Line("host", "sendCookiesEnabledAttribute");
-    const android::sp<ZR_HbbtvImplPrivate> manager = ready();
-    if (manager != nullptr) {
+    const PrivateRef manager(*this);
+    if (manager) {
         manager->sendCookiesEnabledAttribute();
     }
 }
@@ -230,15 +233,15 @@ void ZR_HbbtvImpl::sendCookiesEnabledAttribute()
 bool ZR_HbbtvImpl::isBrowserReady()
 {
     if (trace::on()) trace::Line("host", "isBrowserReady");
-    const android::sp<ZR_HbbtvImplPrivate> manager = ready();
-    return manager != nullptr && manager->isBrowserReady();
+    const PrivateRef manager(*this);
+    return manager && manager->isBrowserReady();
 }
 
 void ZR_HbbtvImpl::notifyTimezoneChanged(const char* timezone)
 {
     if (trace::on()) trace::Line("host", "notifyTimezoneChanged").arg("timezone", timezone);
-    const android::sp<ZR_HbbtvImplPrivate> manager = ready();
-    if (manager != nullptr) {
+    const PrivateRef manager(*this);
+    if (manager) {
         manager->notifyTimezoneChanged(timezone);
     }
 }
@@ -246,8 +249,8 @@ void ZR_HbbtvImpl::notifyTimezoneChanged(const char* timezone)
 void ZR_HbbtvImpl::notifyLocaleChanged(const char* locale)
 {
     if (trace::on()) trace::Line("host", "notifyLocaleChanged").arg("locale", locale);
-    const android::sp<ZR_HbbtvImplPrivate> manager = ready();
-    if (manager != nullptr) {
+    const PrivateRef manager(*this);
+    if (manager) {
         manager->notifyLocaleChanged(locale);
     }
 }
@@ -255,8 +258,8 @@ void ZR_HbbtvImpl::notifyLocaleChanged(const char* locale)
 void ZR_HbbtvImpl::notifyParentalRatingChange(unsigned short a, unsigned short b, unsigned short c, int d)
 {
     if (trace::on()) trace::Line("host", "notifyParentalRatingChange").arg("a", a).arg("b", b).arg("c", c).arg("d", d);
-    const android::sp<ZR_HbbtvImplPrivate> manager = ready();
-    if (manager != nullptr) {
+    const PrivateRef manager(*this);
+    if (manager) {
         manager->notifyParentalRatingChange(a, b, c, d);
     }
 }
@@ -264,8 +267,8 @@ void ZR_HbbtvImpl::notifyParentalRatingChange(unsigned short a, unsigned short b
 void ZR_HbbtvImpl::notifyProgrammeChanged(unsigned short a, unsigned short b, unsigned short c)
 {
     if (trace::on()) trace::Line("host", "notifyProgrammeChanged").arg("a", a).arg("b", b).arg("c", c);
-    const android::sp<ZR_HbbtvImplPrivate> manager = ready();
-    if (manager != nullptr) {
+    const PrivateRef manager(*this);
+    if (manager) {
         manager->notifyProgrammeChanged(a, b, c);
     }
 }
@@ -274,8 +277,8 @@ void ZR_HbbtvImpl::SetHbbTVRunningStatus(bool running)
 {
     if (trace::on()) trace::Line("host", "SetHbbTVRunningStatus").arg("running", running);
     // Only the private object is required here, not a completed init.
-    const android::sp<ZR_HbbtvImplPrivate> manager = privateObject();
-    if (manager != nullptr) {
+    const PrivateRef manager(*this, false);
+    if (manager) {
         manager->SetHbbTVRunningStatus(running);
     }
 }
@@ -283,22 +286,22 @@ void ZR_HbbtvImpl::SetHbbTVRunningStatus(bool running)
 bool ZR_HbbtvImpl::isAppAlive(int appId)
 {
     if (trace::on()) trace::Line("host", "isAppAlive").arg("appId", appId);
-    const android::sp<ZR_HbbtvImplPrivate> manager = ready();
-    return manager != nullptr && manager->isAppAlive(appId);
+    const PrivateRef manager(*this);
+    return manager && manager->isAppAlive(appId);
 }
 
 const char* ZR_HbbtvImpl::setupEnvVar(const char* name, const char* value)
 {
     if (trace::on()) trace::Line("host", "setupEnvVar").arg("var", name).arg("value", value);
-    const android::sp<ZR_HbbtvImplPrivate> manager = ready();
-    return manager != nullptr ? manager->setupEnvVar(name, value) : nullptr;
+    const PrivateRef manager(*this);
+    return manager ? manager->setupEnvVar(name, value) : nullptr;
 }
 
 void ZR_HbbtvImpl::unsetEnvVar(const char* name)
 {
     if (trace::on()) trace::Line("host", "unsetEnvVar").arg("var", name);
-    const android::sp<ZR_HbbtvImplPrivate> manager = ready();
-    if (manager != nullptr) {
+    const PrivateRef manager(*this);
+    if (manager) {
         manager->unsetEnvVar(name);
     }
 }
@@ -306,8 +309,8 @@ void ZR_HbbtvImpl::unsetEnvVar(const char* name)
 void ZR_HbbtvImpl::killCurrentApp()
 {
     if (trace::on()) trace::Line("host", "killCurrentApp");
-    const android::sp<ZR_HbbtvImplPrivate> manager = ready();
-    if (manager != nullptr) {
+    const PrivateRef manager(*this);
+    if (manager) {
         manager->killCurrentApp();
     }
 }
@@ -315,8 +318,8 @@ void ZR_HbbtvImpl::killCurrentApp()
 void ZR_HbbtvImpl::notifyChannelListChanged()
 {
     if (trace::on()) trace::Line("host", "notifyChannelListChanged");
-    const android::sp<ZR_HbbtvImplPrivate> manager = ready();
-    if (manager != nullptr) {
+    const PrivateRef manager(*this);
+    if (manager) {
         manager->notifyChannelListChanged();
     }
 }
@@ -324,8 +327,8 @@ void ZR_HbbtvImpl::notifyChannelListChanged()
 void ZR_HbbtvImpl::selectMMAudioComponent(const HbbtvMultimediaComponentData& component)
 {
     if (trace::on()) trace::Line("host", "selectMMAudioComponent").arg("text1", component.text1).arg("text2", component.text2).arg("value1", component.value1).arg("flag", component.flag);
-    const android::sp<ZR_HbbtvImplPrivate> manager = ready();
-    if (manager != nullptr) {
+    const PrivateRef manager(*this);
+    if (manager) {
         manager->selectMMAudioComponent(component);
     }
 }
@@ -333,8 +336,8 @@ void ZR_HbbtvImpl::selectMMAudioComponent(const HbbtvMultimediaComponentData& co
 void ZR_HbbtvImpl::selectMMSubtitleComponent(const HbbtvMultimediaComponentData& component)
 {
     if (trace::on()) trace::Line("host", "selectMMSubtitleComponent").arg("text1", component.text1).arg("text2", component.text2).arg("value1", component.value1).arg("flag", component.flag);
-    const android::sp<ZR_HbbtvImplPrivate> manager = ready();
-    if (manager != nullptr) {
+    const PrivateRef manager(*this);
+    if (manager) {
         manager->selectMMSubtitleComponent(component);
     }
 }
@@ -342,8 +345,8 @@ void ZR_HbbtvImpl::selectMMSubtitleComponent(const HbbtvMultimediaComponentData&
 void ZR_HbbtvImpl::forceReleaseMMResource()
 {
     if (trace::on()) trace::Line("host", "forceReleaseMMResource");
-    const android::sp<ZR_HbbtvImplPrivate> manager = ready();
-    if (manager != nullptr) {
+    const PrivateRef manager(*this);
+    if (manager) {
         manager->forceReleaseMMResource();
     }
 }
@@ -351,8 +354,8 @@ void ZR_HbbtvImpl::forceReleaseMMResource()
 void ZR_HbbtvImpl::notifySignalLost()
 {
     if (trace::on()) trace::Line("host", "notifySignalLost");
-    const android::sp<ZR_HbbtvImplPrivate> manager = ready();
-    if (manager != nullptr) {
+    const PrivateRef manager(*this);
+    if (manager) {
         manager->notifySignalLost();
     }
 }
@@ -360,8 +363,8 @@ void ZR_HbbtvImpl::notifySignalLost()
 void ZR_HbbtvImpl::notifyTunerPlundered()
 {
     if (trace::on()) trace::Line("host", "notifyTunerPlundered");
-    const android::sp<ZR_HbbtvImplPrivate> manager = ready();
-    if (manager != nullptr) {
+    const PrivateRef manager(*this);
+    if (manager) {
         manager->notifyTunerPlundered();
     }
 }

@@ -55,12 +55,26 @@ public:
     void notifyTunerPlundered() override;
 
 private:
-    // The private object for one call, taken once under m_stateMutex: null when not initialised.
-    // A deinit on another thread then cannot clear it under the call, and the object stays alive
-    // (torn down, refusing) until the call lets go of it.
-    android::sp<ZR_HbbtvImplPrivate> ready() const;
-    // The same without the initialised check, for SetHbbTVRunningStatus.
-    android::sp<ZR_HbbtvImplPrivate> privateObject() const;
+    // One host call's reference to the private object, taken once: null when the call is
+    // refused. A deinit on another thread then cannot clear it under the call; the object stays
+    // alive (torn down, refusing) until the call lets go. Taken and let go under m_stateMutex, so
+    // that whichever thread lets go last frees the object after every other call is visibly done
+    // with it (libutils' reference counts are invisible to ThreadSanitizer). Only a torn-down
+    // object can go there, and its destructor then takes no lock.
+    class PrivateRef {
+    public:
+        // initialisedOnly false: the private object alone will do, without a completed init.
+        explicit PrivateRef(const ZR_HbbtvImpl& wrapper, bool initialisedOnly = true);
+        ~PrivateRef();
+        PrivateRef(const PrivateRef&) = delete;
+        PrivateRef& operator=(const PrivateRef&) = delete;
+        explicit operator bool() const { return m_private != nullptr; }
+        ZR_HbbtvImplPrivate* operator->() const { return m_private.get(); }
+
+    private:
+        const ZR_HbbtvImpl& m_wrapper;
+        android::sp<ZR_HbbtvImplPrivate> m_private;
+    };
 
     // Serialises init and deinit. Held across the private object's init and teardown, which
     // m_stateMutex never is, so that a host call made meanwhile is refused rather than blocked.

@@ -44,7 +44,11 @@ ZR_HbbtvImplPrivate::ZR_HbbtvImplPrivate(Hbbtv_TVServer* server)
 
 ZR_HbbtvImplPrivate::~ZR_HbbtvImplPrivate()
 {
-    teardown();
+    // Torn down already when the host de-initialised: nothing is left to release, and no lock is
+    // taken where the last reference goes.
+    if (!m_tornDown) {
+        teardown();
+    }
 }
 
 int ZR_HbbtvImplPrivate::init()

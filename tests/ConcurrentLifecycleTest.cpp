@@ -111,8 +111,8 @@ TEST(ConcurrentLifecycle, HostCallsRacingInitAndDeinitAreAnsweredOrRefused)
 {
     Television tv;
     ZR_HBBTV_Core::ZR_HbbtvImplInterface* const wrapper = tv.wrapper;
-    const int kCycles = 100;
-    const int kMaxPasses = 2000;
+    const int kCycles = 2000;
+    const int kMaxPasses = 10000;
     std::atomic<int> callersStarted(0);
     std::atomic<int> cyclersDone(0);
     std::atomic<int> outOfRange(0);
@@ -148,6 +148,7 @@ TEST(ConcurrentLifecycle, HostCallsRacingInitAndDeinitAreAnsweredOrRefused)
             if (pass == 0) {
                 ++callersStarted;
             }
+
         }
     };
     // Two hosts' worth of lifecycle, in opposite phase, so that init and deinit also meet.
