@@ -29,42 +29,73 @@ void ZR_HbbtvImpl::init(Hbbtv_TVServer* server)
 {
     trace::startFromEnvironment();
     if (trace::on()) trace::Line("host", "init");
-    if (m_initialised) {
-        return;
+    std::lock_guard<std::mutex> lifecycle(m_lifecycleMutex);
+    {
+        std::lock_guard<std::mutex> lock(m_stateMutex);
+        if (m_initialised) {
+            return;
+        }
     }
     ZR_HbbtvImplPrivate* const created = new (std::nothrow) ZR_HbbtvImplPrivate(server);
     if (created == nullptr) {
         HbbtvBackendGlue_AssertFail(kSourceName, __PRETTY_FUNCTION__, 36);
     }
-    m_private = created;
-    m_private->init();
-    m_initialised = true;
+    const android::sp<ZR_HbbtvImplPrivate> manager(created);
+    {
+        std::lock_guard<std::mutex> lock(m_stateMutex);
+        m_private = manager;
+    }
+    manager->init();
+    {
+        std::lock_guard<std::mutex> lock(m_stateMutex);
+        m_initialised = true;
+    }
     m_everInitialised.store(true, std::memory_order_release);
 }
 
 void ZR_HbbtvImpl::deinit()
 {
     if (trace::on()) trace::Line("host", "deinit");
-    if (m_private != nullptr) {
-        m_private->teardown();
+    std::lock_guard<std::mutex> lifecycle(m_lifecycleMutex);
+    android::sp<ZR_HbbtvImplPrivate> manager;
+    {
+        std::lock_guard<std::mutex> lock(m_stateMutex);
+        manager = m_private;
         m_private.clear();
+        m_initialised = false;
     }
-    m_initialised = false;
+    // Calls from here on are refused; calls that took the object before keep it alive and find
+    // it refusing once it is torn down.
+    if (manager != nullptr) {
+        manager->teardown();
+        std::lock_guard<std::mutex> lock(m_stateMutex);
+        manager.clear();
+    }
     if (trace::on()) trace::flush();
 }
 
-bool ZR_HbbtvImpl::ready() const
+ZR_HbbtvImpl::PrivateRef::PrivateRef(const ZR_HbbtvImpl& wrapper, bool initialisedOnly) : m_wrapper(wrapper)
 {
-    return m_initialised && m_private != nullptr;
+    std::lock_guard<std::mutex> lock(m_wrapper.m_stateMutex);
+    if (m_wrapper.m_initialised || !initialisedOnly) {
+        m_private = m_wrapper.m_private;
+    }
+}
+
+ZR_HbbtvImpl::PrivateRef::~PrivateRef()
+{
+    std::lock_guard<std::mutex> lock(m_wrapper.m_stateMutex);
+    m_private.clear();
 }
 
 int ZR_HbbtvImpl::toggleDigitalTeletext() const
 {
     if (trace::on()) trace::Line("host", "toggleDigitalTeletext");
-    if (!ready()) {
+    const PrivateRef manager(*this);
+    if (!manager) {
         return 0;
     }
-    switch (m_private->toggleDigitalTeletext()) {
+    switch (manager->toggleDigitalTeletext()) {
     case 2: return 0;
     case 1: return 2;
     default: return 1;
@@ -74,49 +105,55 @@ int ZR_HbbtvImpl::toggleDigitalTeletext() const
 void ZR_HbbtvImpl::notifyChannelChanged(unsigned short a, unsigned short b, unsigned short c) const
 {
     if (trace::on()) trace::Line("host", "notifyChannelChanged").arg("a", a).arg("b", b).arg("c", c);
-    if (ready()) {
-        m_private->notifyChannelChanged(a, b, c);
+    const PrivateRef manager(*this);
+    if (manager) {
+        manager->notifyChannelChanged(a, b, c);
     }
 }
 
 bool ZR_HbbtvImpl::newAITNotification(unsigned int aitVersion, const AITApps& apps)
 {
     if (trace::on()) trace::describe(trace::Line("host", "newAITNotification").arg("version", aitVersion), apps);
-    return ready() && m_private->newAITNotification(aitVersion, apps);
+    const PrivateRef manager(*this);
+    return manager && manager->newAITNotification(aitVersion, apps);
 }
 
 void ZR_HbbtvImpl::noAITNotification(unsigned short value)
 {
     if (trace::on()) trace::Line("host", "noAITNotification").arg("value", value);
-    if (ready()) {
-        m_private->noAITNotification(value);
+    const PrivateRef manager(*this);
+    if (manager) {
+        manager->noAITNotification(value);
     }
 }
 
 void ZR_HbbtvImpl::tunerStopped(bool stopped)
 {
     if (trace::on()) trace::Line("host", "tunerStopped").arg("stopped", stopped);
-    if (ready()) {
-        m_private->tunerStopped(stopped);
+    const PrivateRef manager(*this);
+    if (manager) {
+        manager->tunerStopped(stopped);
     }
 }
 
 bool ZR_HbbtvImpl::launchBrowser()
 {
     if (trace::on()) trace::Line("host", "launchBrowser");
-    return ready() && m_private->launchBrowser();
+    const PrivateRef manager(*this);
+    return manager && manager->launchBrowser();
 }
 
 bool ZR_HbbtvImpl::keyClick(unsigned int key)
 {
     if (trace::on()) trace::Line("host", "keyClick").arg("key", key);
-    if (!ready() || !m_private->keyClick(key)) {
+    const PrivateRef manager(*this);
+    if (!manager || !manager->keyClick(key)) {
         return false;
     }
     // Woken by the browser's verdict, within the 100 polls of 3 ms that hosts have always been
     // given.
-    if (m_private->waitKeyHandled(kKeyPolls * kKeyPollMicroseconds / 1e6)) {
-        return m_private->KeyConsumedStatus();
+    if (manager->waitKeyHandled(kKeyPolls * kKeyPollMicroseconds / 1e6)) {
+        return manager->KeyConsumedStatus();
     }
     // An answer that did not come in time counts as consumed, so the host does not act on a key
     // the application may have taken.
@@ -126,28 +163,32 @@ bool ZR_HbbtvImpl::keyClick(unsigned int key)
 int ZR_HbbtvImpl::prepareCreateApplication()
 {
     if (trace::on()) trace::Line("host", "prepareCreateApplication");
-    return ready() ? m_private->prepareCreateApplication() : 0;
+    const PrivateRef manager(*this);
+    return manager ? manager->prepareCreateApplication() : 0;
 }
 
 int ZR_HbbtvImpl::createApplication(int appId, const std::string& url, const std::string& extra)
 {
     if (trace::on()) trace::Line("host", "createApplication").arg("appId", appId).arg("url", url).arg("extra", extra);
-    return ready() ? m_private->createApplication(appId, url, extra) : 0;
+    const PrivateRef manager(*this);
+    return manager ? manager->createApplication(appId, url, extra) : 0;
 }
 
 void ZR_HbbtvImpl::closeUserCreatedApps()
 {
     if (trace::on()) trace::Line("host", "closeUserCreatedApps");
-    if (ready()) {
-        m_private->closeUserCreatedApps();
+    const PrivateRef manager(*this);
+    if (manager) {
+        manager->closeUserCreatedApps();
     }
 }
 
 void ZR_HbbtvImpl::notifyBroadbandAccessAvailable(bool available)
 {
     if (trace::on()) trace::Line("host", "notifyBroadbandAccessAvailable").arg("available", available);
-    if (ready()) {
-        m_private->notifyBroadbandAccessAvailable(available);
+    const PrivateRef manager(*this);
+    if (manager) {
+        manager->notifyBroadbandAccessAvailable(available);
     }
 }
 
@@ -165,62 +206,70 @@ void ZR_HbbtvImpl::notifyStreamEvent(const std::string& a, const std::string& b,
                                      const std::string& d)
 {
     if (trace::on()) trace::Line("host", "notifyStreamEvent").arg("url", a).arg("eventName", b).arg("data", c).arg("eventKind", d);
-    if (ready()) {
-        m_private->notifyStreamEvent(a, b, c, d);
+    const PrivateRef manager(*this);
+    if (manager) {
+        manager->notifyStreamEvent(a, b, c, d);
     }
 }
 
 void ZR_HbbtvImpl::setCookiesEnabledAttribute(bool enabled)
 {
     if (trace::on()) trace::Line("host", "setCookiesEnabledAttribute").arg("enabled", enabled);
-    if (ready()) {
-        m_private->setCookiesEnabledAttribute(enabled);
+    const PrivateRef manager(*this);
+    if (manager) {
+        manager->setCookiesEnabledAttribute(enabled);
     }
 }
 
 void ZR_HbbtvImpl::sendCookiesEnabledAttribute()
 {
     if (trace::on()) trace::Line("host", "sendCookiesEnabledAttribute");
-    if (ready()) {
-        m_private->sendCookiesEnabledAttribute();
+    const PrivateRef manager(*this);
+    if (manager) {
+        manager->sendCookiesEnabledAttribute();
     }
 }
 
 bool ZR_HbbtvImpl::isBrowserReady()
 {
     if (trace::on()) trace::Line("host", "isBrowserReady");
-    return ready() && m_private->isBrowserReady();
+    const PrivateRef manager(*this);
+    return manager && manager->isBrowserReady();
 }
 
 void ZR_HbbtvImpl::notifyTimezoneChanged(const char* timezone)
 {
     if (trace::on()) trace::Line("host", "notifyTimezoneChanged").arg("timezone", timezone);
-    if (ready()) {
-        m_private->notifyTimezoneChanged(timezone);
+    const PrivateRef manager(*this);
+    if (manager) {
+        manager->notifyTimezoneChanged(timezone);
     }
 }
 
 void ZR_HbbtvImpl::notifyLocaleChanged(const char* locale)
 {
     if (trace::on()) trace::Line("host", "notifyLocaleChanged").arg("locale", locale);
-    if (ready()) {
-        m_private->notifyLocaleChanged(locale);
+    const PrivateRef manager(*this);
+    if (manager) {
+        manager->notifyLocaleChanged(locale);
     }
 }
 
 void ZR_HbbtvImpl::notifyParentalRatingChange(unsigned short a, unsigned short b, unsigned short c, int d)
 {
     if (trace::on()) trace::Line("host", "notifyParentalRatingChange").arg("a", a).arg("b", b).arg("c", c).arg("d", d);
-    if (ready()) {
-        m_private->notifyParentalRatingChange(a, b, c, d);
+    const PrivateRef manager(*this);
+    if (manager) {
+        manager->notifyParentalRatingChange(a, b, c, d);
     }
 }
 
 void ZR_HbbtvImpl::notifyProgrammeChanged(unsigned short a, unsigned short b, unsigned short c)
 {
     if (trace::on()) trace::Line("host", "notifyProgrammeChanged").arg("a", a).arg("b", b).arg("c", c);
-    if (ready()) {
-        m_private->notifyProgrammeChanged(a, b, c);
+    const PrivateRef manager(*this);
+    if (manager) {
+        manager->notifyProgrammeChanged(a, b, c);
     }
 }
 
@@ -228,84 +277,95 @@ void ZR_HbbtvImpl::SetHbbTVRunningStatus(bool running)
 {
     if (trace::on()) trace::Line("host", "SetHbbTVRunningStatus").arg("running", running);
     // Only the private object is required here, not a completed init.
-    if (m_private != nullptr) {
-        m_private->SetHbbTVRunningStatus(running);
+    const PrivateRef manager(*this, false);
+    if (manager) {
+        manager->SetHbbTVRunningStatus(running);
     }
 }
 
 bool ZR_HbbtvImpl::isAppAlive(int appId)
 {
     if (trace::on()) trace::Line("host", "isAppAlive").arg("appId", appId);
-    return ready() && m_private->isAppAlive(appId);
+    const PrivateRef manager(*this);
+    return manager && manager->isAppAlive(appId);
 }
 
 const char* ZR_HbbtvImpl::setupEnvVar(const char* name, const char* value)
 {
     if (trace::on()) trace::Line("host", "setupEnvVar").arg("var", name).arg("value", value);
-    return ready() ? m_private->setupEnvVar(name, value) : nullptr;
+    const PrivateRef manager(*this);
+    return manager ? manager->setupEnvVar(name, value) : nullptr;
 }
 
 void ZR_HbbtvImpl::unsetEnvVar(const char* name)
 {
     if (trace::on()) trace::Line("host", "unsetEnvVar").arg("var", name);
-    if (ready()) {
-        m_private->unsetEnvVar(name);
+    const PrivateRef manager(*this);
+    if (manager) {
+        manager->unsetEnvVar(name);
     }
 }
 
 void ZR_HbbtvImpl::killCurrentApp()
 {
     if (trace::on()) trace::Line("host", "killCurrentApp");
-    if (ready()) {
-        m_private->killCurrentApp();
+    const PrivateRef manager(*this);
+    if (manager) {
+        manager->killCurrentApp();
     }
 }
 
 void ZR_HbbtvImpl::notifyChannelListChanged()
 {
     if (trace::on()) trace::Line("host", "notifyChannelListChanged");
-    if (ready()) {
-        m_private->notifyChannelListChanged();
+    const PrivateRef manager(*this);
+    if (manager) {
+        manager->notifyChannelListChanged();
     }
 }
 
 void ZR_HbbtvImpl::selectMMAudioComponent(const HbbtvMultimediaComponentData& component)
 {
     if (trace::on()) trace::Line("host", "selectMMAudioComponent").arg("text1", component.text1).arg("text2", component.text2).arg("value1", component.value1).arg("flag", component.flag);
-    if (ready()) {
-        m_private->selectMMAudioComponent(component);
+    const PrivateRef manager(*this);
+    if (manager) {
+        manager->selectMMAudioComponent(component);
     }
 }
 
 void ZR_HbbtvImpl::selectMMSubtitleComponent(const HbbtvMultimediaComponentData& component)
 {
     if (trace::on()) trace::Line("host", "selectMMSubtitleComponent").arg("text1", component.text1).arg("text2", component.text2).arg("value1", component.value1).arg("flag", component.flag);
-    if (ready()) {
-        m_private->selectMMSubtitleComponent(component);
+    const PrivateRef manager(*this);
+    if (manager) {
+        manager->selectMMSubtitleComponent(component);
     }
 }
 
 void ZR_HbbtvImpl::forceReleaseMMResource()
 {
     if (trace::on()) trace::Line("host", "forceReleaseMMResource");
-    if (ready()) {
-        m_private->forceReleaseMMResource();
+    const PrivateRef manager(*this);
+    if (manager) {
+        manager->forceReleaseMMResource();
     }
 }
 
 void ZR_HbbtvImpl::notifySignalLost()
 {
     if (trace::on()) trace::Line("host", "notifySignalLost");
-    if (ready()) {
-        m_private->notifySignalLost();
+    const PrivateRef manager(*this);
+    if (manager) {
+        manager->notifySignalLost();
     }
 }
 
 void ZR_HbbtvImpl::notifyTunerPlundered()
 {
     if (trace::on()) trace::Line("host", "notifyTunerPlundered");
-    if (ready()) {
-        m_private->notifyTunerPlundered();
+    const PrivateRef manager(*this);
+    if (manager) {
+        manager->notifyTunerPlundered();
     }
 }
 

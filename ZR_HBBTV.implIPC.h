@@ -4,6 +4,7 @@
 #define ZR_HBBTV_IMPLIPC_H
 
 #include <atomic>
+#include <mutex>
 
 #include <utils/StrongPointer.h>
 
@@ -54,8 +55,32 @@ public:
     void notifyTunerPlundered() override;
 
 private:
-    bool ready() const;
+    // One host call's reference to the private object, taken once: null when the call is
+    // refused. A deinit on another thread then cannot clear it under the call; the object stays
+    // alive (torn down, refusing) until the call lets go. Taken and let go under m_stateMutex, so
+    // that whichever thread lets go last frees the object after every other call is visibly done
+    // with it (libutils' reference counts are invisible to ThreadSanitizer). Only a torn-down
+    // object can go there, and its destructor then takes no lock.
+    class PrivateRef {
+    public:
+        // initialisedOnly false: the private object alone will do, without a completed init.
+        explicit PrivateRef(const ZR_HbbtvImpl& wrapper, bool initialisedOnly = true);
+        ~PrivateRef();
+        PrivateRef(const PrivateRef&) = delete;
+        PrivateRef& operator=(const PrivateRef&) = delete;
+        explicit operator bool() const { return m_private != nullptr; }
+        ZR_HbbtvImplPrivate* operator->() const { return m_private.get(); }
 
+    private:
+        const ZR_HbbtvImpl& m_wrapper;
+        android::sp<ZR_HbbtvImplPrivate> m_private;
+    };
+
+    // Serialises init and deinit. Held across the private object's init and teardown, which
+    // m_stateMutex never is, so that a host call made meanwhile is refused rather than blocked.
+    std::mutex m_lifecycleMutex;
+    // Guards the two fields below, for as long as it takes to read or set them.
+    mutable std::mutex m_stateMutex;
     // Owned through its reference count: the browser holds references to it as its client.
     android::sp<ZR_HbbtvImplPrivate> m_private;
     bool m_initialised;

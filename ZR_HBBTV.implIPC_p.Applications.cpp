@@ -121,7 +121,7 @@ void ZR_HbbtvImplPrivate::killCurrentApp()
 
 bool ZR_HbbtvImplPrivate::isAppAlive(int)
 {
-    return true;
+    return !m_tornDown;
 }
 
 } // namespace ZR_HBBTV_Core

@@ -85,9 +85,13 @@ bool ZR_HbbtvImplPrivate::waitKeyHandled(double seconds)
 {
     const double deadline = currentTime() + seconds;
     Locker<Mutex> lock(m_keyWaitMutex);
-    // The verdict is stored before the broadcast, which takes this lock: a verdict that arrives
-    // between the check and the wait still wakes it.
+    // The verdict (or the teardown) is stored before the broadcast, which takes this lock: one
+    // that arrives between the check and the wait still wakes it.
     while (!IsKeyHandled()) {
+        // Torn down: no verdict is taken any more, so there is none to wait for.
+        if (m_tornDown) {
+            return false;
+        }
         if (!m_keyVerdict.timedWait(m_keyWaitMutex, deadline)) {
             return IsKeyHandled();
         }

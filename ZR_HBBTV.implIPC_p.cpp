@@ -36,14 +36,19 @@ void DeathNotifier::binderDied(const android::wp<android::IBinder>&)
 }
 
 ZR_HbbtvImplPrivate::ZR_HbbtvImplPrivate(Hbbtv_TVServer* server)
-    : m_server(server), m_browserPid(0), m_tvServiceUnlocked(nullptr), m_keyState(0), m_cookiesEnabled(false)
+    : m_server(server), m_browserPid(0), m_tvServiceUnlocked(nullptr), m_keyState(0), m_cookiesEnabled(false),
+      m_tornDown(false)
 {
     m_mmClient = new YXTMMClient(this);
 }
 
 ZR_HbbtvImplPrivate::~ZR_HbbtvImplPrivate()
 {
-    teardown();
+    // Torn down already when the host de-initialised: nothing is left to release, and no lock is
+    // taken where the last reference goes.
+    if (!m_tornDown) {
+        teardown();
+    }
 }
 
 int ZR_HbbtvImplPrivate::init()
@@ -68,6 +73,12 @@ void ZR_HbbtvImplPrivate::teardown()
     m_tvService.clear();
     m_tvServiceUnlocked = nullptr;
     _gotKilled = true;
+    m_tornDown = true;
+    {
+        // The browser's verdict is refused from now on: a keyClick waiting for one stops waiting.
+        Locker<Mutex> waiting(m_keyWaitMutex);
+        m_keyVerdict.broadcast();
+    }
     if (service != nullptr) {
         service->teardown();
     }
@@ -335,7 +346,9 @@ void ZR_HbbtvImplPrivate::notifyHbbtvServiceRequestFinished(HbbtvCommandPayload*
 
 void ZR_HbbtvImplPrivate::setCookiesEnabledAttribute(bool enabled)
 {
-    m_cookiesEnabled = enabled;
+    if (!m_tornDown) {
+        m_cookiesEnabled = enabled;
+    }
 }
 
 void ZR_HbbtvImplPrivate::sendCookiesEnabledAttribute()
@@ -344,7 +357,7 @@ void ZR_HbbtvImplPrivate::sendCookiesEnabledAttribute()
 
 const char* ZR_HbbtvImplPrivate::setupEnvVar(const char*, const char*)
 {
-    return "0";
+    return m_tornDown ? nullptr : "0";
 }
 
 void ZR_HbbtvImplPrivate::unsetEnvVar(const char*)

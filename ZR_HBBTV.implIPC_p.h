@@ -193,7 +193,11 @@ private:
     android::sp<ITvConfigurationClient> m_tvConfigurationClient;
     android::sp<IRecordingManagerClient> m_recordingManagerClient;
     std::list<int> m_windows;
-    bool m_cookiesEnabled;
+    std::atomic<bool> m_cookiesEnabled;
+    // This object's own teardown has run. The class-wide latch refuses the guarded operations;
+    // this also refuses the few that answer without the lock (a host call that took the object
+    // just before deinit gets the refusal value) while a later manager still answers them.
+    std::atomic<bool> m_tornDown;
 };
 
 } // namespace ZR_HBBTV_Core
