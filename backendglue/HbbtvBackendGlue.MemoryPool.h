@@ -3,8 +3,8 @@
 // "/hbbtv" (409,600 bytes) holds every record the host reads, handed out by a segregated-fit
 // allocator: nodes of one exact size per arena, a bump cursor for fresh memory, freed nodes kept
 // for reuse in FIFO order, nothing split, merged or given back. Each node carries a head mark,
-// its size, an in-use mark and an end mark in the region, so that an overrun or a stray pointer
-// is caught when the node comes back. The bookkeeping lives in this process's heap: per node a
+// its size and an end mark in the region, so that an overrun or a stray pointer is caught when
+// the node comes back. The bookkeeping lives in this process's heap: per node a
 // word with its size, whether it is in use and which shard keeps it, so that free checks a node
 // in constant time and no write into the region can make the allocator hand a node out twice.
 //
@@ -42,12 +42,13 @@ public:
     // The header of a node in the region; the caller's bytes follow it, the end mark closes it.
     struct node_tag {
         static const uint16_t kMark = 0x5A5A;
-        static const uint32_t kInUse = 0x45535521; // while the caller holds the node
-        static const uint32_t kFree = 0;
 
         uint16_t headMark;
         uint16_t dataSize; // node size less the header: the caller's bytes and the end mark
-        uint32_t useMark;  // kInUse or kFree
+        // Zero. Whether a node is in use is kept in the heap, where no write into the region can
+        // change it; written here on every allocate and free, it would also make the neighbouring
+        // nodes of two threads share a written cache line.
+        uint32_t reserved;
 
         static size_t headerSize() { return 8; }
         uint16_t* getEndMark();
@@ -133,9 +134,9 @@ private:
         ShardLock mutex;
     };
 
-    // The heap's word for the node at this offset from the start (one per 8 bytes): node size / 8
-    // in the low 13 bits (0: no node starts here), the keeping shard in the next two, in use in
-    // the top bit. Written only under the keeping shard's lock.
+    // The heap's word for the node at this offset from the start (one per 8 bytes, spread over
+    // the table): node size / 8 in the low 13 bits (0: no node starts here), the keeping shard in
+    // the next two, in use in the top bit. Written only under the keeping shard's lock.
     std::atomic<uint16_t>& stateOf(const node_tag* node);
     uint16_t indexOf(const node_tag* node) const;
     node_tag* nodeAt(uint16_t index) const;
