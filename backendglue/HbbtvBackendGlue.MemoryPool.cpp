@@ -348,11 +348,8 @@ unsigned int shm_allocator::currentShard()
     // Zero-initialised, so that reading it needs no guard: 0 until the thread's first allocation,
     // then its shard + 1.
     static std::atomic<unsigned int> nextShard(0);
-    static thread_local unsigned int shardPlusOne = 0;
-    if (shardPlusOne == 0) {
-        shardPlusOne = nextShard.fetch_add(1, std::memory_order_relaxed) % kShards + 1;
-    }
-    return shardPlusOne - 1;
+    thread_local const unsigned int shard = nextShard.fetch_add(1, std::memory_order_relaxed) % kShards;
+    return shard;
 }
 
 size_t shm_allocator::nodeSizeFor(size_t n)
