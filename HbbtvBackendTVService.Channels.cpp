@@ -25,6 +25,10 @@ typedef HbbtvServiceRequestChannelInfoAnswer::HbbtvChannelInfo HostChannelInfo;
 
 // What BackendGlueStringBase keeps of an assigned text.
 const uint32_t kRecordTextLimit = 254;
+// The channels of a lineup that a trace line carries, the host's and the browser's: enough for a
+// replay to give a lineup back and compare what became of it, small enough for one line. The
+// counts say how many there were.
+const uint32_t kTracedChannels = 64;
 
 NCOR::Broadcast::ChannelType channelTypeOf(uint32_t hostType)
 {
@@ -273,10 +277,30 @@ bool HbbtvBackendTVService::getChannelList(std::vector<NCOR::ChannelTunerData*>&
             capacity);
         count = capacity;
     }
+    // {"kind":"hostdata","name":"lineup"}: the entries as the host wrote them.
+    std::unique_ptr<trace::Line> hostLineup;
+    if (trace::on()) {
+        hostLineup.reset(new trace::Line("hostdata", "lineup"));
+        hostLineup->arg("count", pool->count).arg("recorded", count < kTracedChannels ? count : kTracedChannels);
+    }
     for (uint32_t i = 0; i < count; ++i) {
         HbbtvChannelListEntry entry;
         memcpy(&entry, entries + sizeof(HbbtvChannelListEntry) * i, sizeof(entry));
         const std::string name = lineupName(strings, stringsSize, entry.nameOffset, i);
+        if (hostLineup != nullptr && i < kTracedChannels) {
+            hostLineup->begin(("ch" + std::to_string(i)).c_str())
+                .arg("id1", entry.channelID1)
+                .arg("id2", entry.channelID2)
+                .arg("id3", entry.channelID3)
+                .arg("type", entry.channelType)
+                .arg("idType", entry.idType)
+                .arg("flagA", entry.flagA)
+                .arg("numberA", entry.numberA)
+                .arg("numberB", entry.numberB)
+                .arg("flagB", entry.flagB)
+                .arg("name", name)
+                .end();
+        }
 
         NCOR::ChannelTunerData* const channel = new (std::nothrow) NCOR::ChannelTunerData();
         if (channel == nullptr) {
@@ -301,7 +325,27 @@ bool HbbtvBackendTVService::getChannelList(std::vector<NCOR::ChannelTunerData*>&
         channel->setChannelIndex(entry.numberA);
         channels.push_back(channel);
     }
-    if (trace::on()) trace::Line("reply", "getChannelList").arg("channels", channels.size()).arg("hostCount", pool->count);
+    hostLineup.reset();
+    if (trace::on()) {
+        trace::Line line("reply", "getChannelList");
+        line.arg("channels", channels.size()).arg("hostCount", pool->count);
+        for (size_t i = 0; i < channels.size() && i < kTracedChannels; ++i) {
+            const NCOR::ChannelTunerData& channel = *channels[i];
+            line.begin(("ch" + std::to_string(i)).c_str())
+                .arg("type", channel.getChannelType())
+                .arg("idType", channel.getIdType())
+                .arg("onid", channel.getOnid())
+                .arg("sid", channel.getSid())
+                .arg("major", channel.getMajorChannel())
+                .arg("ccid", channel.getChannelID())
+                .arg("name", channel.getName())
+                .arg("authorised", channel.isAuthorised())
+                .arg("locked", channel.isLocked())
+                .arg("list", channel.getListID())
+                .arg("index", channel.getChannelIndex())
+                .end();
+        }
+    }
     return true;
 }
 

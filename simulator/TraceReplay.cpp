@@ -35,18 +35,37 @@ Json comparedFields(const Json& line)
     return fields;
 }
 
-// The channel list travels in the host's pool, not in an answer record, so the replay cannot give
-// it back: what depends on it alone is not compared.
-const char* const kUnreproducible[] = {"reply getChannelList", "event channelListChanged"};
+// The channel list travels in the host's pool, not in an answer record. The recording carries a
+// lineup's first channels: the replay gives the list back, and compares what the library made of
+// it, only when every lineup was recorded whole.
+const char* const kLineupReply = "reply getChannelList";
+const char* const kUnreproducible[] = {"event channelListChanged"};
 
 std::string streamOf(const Json& line);
 
-bool compared(const Json& line)
+bool compared(const Json& line, bool lineupsWhole)
 {
     const std::string kind = line.value("kind", "");
     const std::string stream = streamOf(line);
     return std::find(std::begin(kComparedKinds), std::end(kComparedKinds), kind) != std::end(kComparedKinds)
-           && std::find(std::begin(kUnreproducible), std::end(kUnreproducible), stream) == std::end(kUnreproducible);
+           && std::find(std::begin(kUnreproducible), std::end(kUnreproducible), stream) == std::end(kUnreproducible)
+           && (lineupsWhole || stream != kLineupReply);
+}
+
+bool lineupsRecordedWhole(const std::vector<Json>& recorded)
+{
+    size_t answered = 0;
+    size_t whole = 0;
+    for (const Json& line : recorded) {
+        if (line["kind"] == "answer" && line.value("command", -1) == TunerCommand_RequestChannelsLineup
+            && line.value("outcome", "") == "answered" && line.value("answer", Json::object()).value("valid", 0) != 0) {
+            ++answered;
+        } else if (line["kind"] == "hostdata" && line["name"] == "lineup"
+                   && line.value("recorded", -1) == line.value("count", -2)) {
+            ++whole;
+        }
+    }
+    return answered == whole;
 }
 
 std::string streamOf(const Json& line)
@@ -116,13 +135,49 @@ void writeRecordedAnswer(const Json& recorded, HbbtvServiceRequestAnswer& answer
     answer.valid = number<uint8_t>(recorded, "valid");
 }
 
+std::vector<hbbtv_sim::LineupChannel> lineupFrom(const Json& line)
+{
+    std::vector<hbbtv_sim::LineupChannel> channels;
+    const size_t recorded = number<size_t>(line, "recorded");
+    for (size_t i = 0; i < recorded; ++i) {
+        const Json& c = line.value("ch" + std::to_string(i), Json::object());
+        hbbtv_sim::LineupChannel channel;
+        channel.channelID1 = number<uint16_t>(c, "id1");
+        channel.channelID2 = number<uint16_t>(c, "id2");
+        channel.channelID3 = number<uint16_t>(c, "id3");
+        channel.channelType = number<uint16_t>(c, "type");
+        channel.idType = number<uint16_t>(c, "idType");
+        channel.flagA = number<uint16_t>(c, "flagA");
+        channel.numberA = number<uint16_t>(c, "numberA");
+        channel.numberB = number<uint16_t>(c, "numberB");
+        channel.flagB = number<uint32_t>(c, "flagB");
+        channel.name = textOf(c, "name");
+        channels.push_back(channel);
+    }
+    return channels;
+}
+
 class ReplayHost : public hbbtv_sim::SimulatedHost {
 public:
     explicit ReplayHost(const std::vector<Json>& recorded)
     {
+        // A lineup the host left in its pool is recorded by the requester right after the
+        // request's answer line: it goes with the last lineup answer of that thread.
+        std::map<int64_t, size_t> lineupAnswerOf;
+        const int lineupCommand = TunerCommand_RequestChannelsLineup;
         for (const Json& line : recorded) {
             if (line["kind"] == "answer") {
-                m_answers[number<int>(line, "command")].push_back(line);
+                const int command = number<int>(line, "command");
+                m_answers[command].push_back(line);
+                if (command == lineupCommand) {
+                    lineupAnswerOf[number<int64_t>(line, "th")] = m_answers[command].size();
+                }
+            } else if (line["kind"] == "hostdata" && line["name"] == "lineup") {
+                const auto answer = lineupAnswerOf.find(number<int64_t>(line, "th"));
+                if (answer != lineupAnswerOf.end()) {
+                    m_answers[lineupCommand][answer->second - 1]["lineup"] = line;
+                    lineupAnswerOf.erase(answer);
+                }
             }
         }
         setAnswerWriter([this](const HbbtvCommandPayload& request, HbbtvServiceRequestAnswer& answer) {
@@ -138,6 +193,9 @@ public:
                 m_byTicket.erase(found);
             }
             writeRecordedAnswer(recorded.value("answer", Json::object()), answer);
+            if (recorded.contains("lineup") && answer.valid) {
+                lineupWriter(lineupFrom(recorded["lineup"]))(request, answer);
+            }
         });
     }
 
@@ -434,11 +492,12 @@ std::vector<Divergence> compareTraces(const std::vector<Json>& recorded, const s
     // One stream per kind and name: crossings of different names may interleave differently when
     // they come from different threads, those of one name may not.
     std::map<std::string, std::vector<const Json*>> before, after;
+    const bool lineupsWhole = lineupsRecordedWhole(recorded);
     for (const Json& line : recorded) {
-        if (compared(line)) before[streamOf(line)].push_back(&line);
+        if (compared(line, lineupsWhole)) before[streamOf(line)].push_back(&line);
     }
     for (const Json& line : replayed) {
-        if (compared(line)) after[streamOf(line)].push_back(&line);
+        if (compared(line, lineupsWhole)) after[streamOf(line)].push_back(&line);
     }
     std::vector<std::string> streams;
     for (const auto& s : before) streams.push_back(s.first);

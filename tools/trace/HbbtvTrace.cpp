@@ -63,7 +63,7 @@ void printSummary(const json& lines)
             ++commands[name].timeouts;
         } else if (kind == "dropped") {
             dropped += line.value("count", 0u);
-        } else if (kind != "answer") {
+        } else if (kind != "answer" && kind != "hostdata") { // records, not crossings
             ++crossings[kind][name];
         }
     }
