@@ -13,6 +13,37 @@ namespace ZR_HBBTV_Core {
 namespace {
 
 const char kSourceName[] = "HbbtvBackendTVService";
+// The programmes of a schedule that a trace line carries, the host's and the browser's; the counts
+// say how many there were.
+const size_t kTracedProgrammes = 32;
+
+// {"kind":"hostdata","name":"schedule"}: the events as the host wrote them into the result vector.
+void traceHostSchedule(const std::vector<HbbtvEPGInformation>& schedule)
+{
+    trace::Line line("hostdata", "schedule");
+    const size_t recorded = schedule.size() < kTracedProgrammes ? schedule.size() : kTracedProgrammes;
+    line.arg("count", schedule.size()).arg("recorded", recorded);
+    for (size_t i = 0; i < recorded; ++i) {
+        const HbbtvEPGInformation& event = schedule[i];
+        line.begin(("e" + std::to_string(i)).c_str())
+            .arg("word0", event.word0)
+            .arg("word1", event.word1)
+            .arg("word2", event.word2)
+            .arg("word3", event.word3)
+            .arg("text1", event.text1)
+            .arg("text2", event.text2)
+            .arg("text3", event.text3)
+            .arg("text4", event.text4)
+            .arg("rating", event.parentalRating)
+            .arg("value16", event.value16)
+            .arg("text5", event.text5)
+            .arg("byte0", event.byte0)
+            .arg("byte1", event.byte1)
+            .arg("byte2", event.byte2)
+            .arg("byte3", event.byte3)
+            .end();
+    }
+}
 
 } // namespace
 
@@ -55,7 +86,7 @@ void HbbtvBackendTVService::getProgrammes(std::vector<NCOR::ProgrammeData*>& pro
 bool HbbtvBackendTVService::getAllProgrammesForChannel(
     const NCOR::ChannelTunerData& channel, std::vector<NCOR::ProgrammeData*>& programmes)
 {
-    if (trace::on()) trace::Line("request", "getAllProgrammesForChannel").arg("onid", channel.getOnid()).arg("tsid", channel.getTsid()).arg("sid", channel.getSid());
+    if (trace::on()) trace::Line("request", "getAllProgrammesForChannel").arg("onid", channel.getOnid()).arg("tsid", channel.getTsid()).arg("sid", channel.getSid()).arg("ccid", channel.getChannelID());
     printf("\e[0;32;32m[MSG][HbbTV-APM]%s pass in\e[0m\n", "getAllProgrammesForChannel");
     SharedRegionObject<std::vector<HbbtvEPGInformation>> schedule;
     bool answered = false;
@@ -65,6 +96,10 @@ bool HbbtvBackendTVService::getAllProgrammesForChannel(
             ProgrammeCommand_GetAllProgrammeInfo, HbbtvRecordString(), HbbtvRecordString(), 0, 0);
         payload->resultAddress = schedule.wireAddress();
         answered = sendServiceRequest(payload, answer, &schedule) && answer->valid != 0;
+    }
+    const size_t listedBefore = programmes.size();
+    if (answered && trace::on()) {
+        traceHostSchedule(*schedule);
     }
     if (answered) {
         for (const HbbtvEPGInformation& event : *schedule) {
@@ -90,6 +125,25 @@ bool HbbtvBackendTVService::getAllProgrammesForChannel(
             programme->addParentalRating(rating.release());
             programmes.push_back(programme.get());
             programme.release();
+        }
+    }
+    if (trace::on()) {
+        trace::Line line("reply", "getAllProgrammesForChannel");
+        line.arg("answered", answered).arg("programmes", programmes.size() - listedBefore);
+        for (size_t i = listedBefore; i < programmes.size() && i - listedBefore < kTracedProgrammes; ++i) {
+            const NCOR::ProgrammeData& programme = *programmes[i];
+            const std::vector<NCOR::ParentalRatingData*>& ratings = programme.getParentalRatings();
+            line.begin(("p" + std::to_string(i - listedBefore)).c_str())
+                .arg("start", programme.getStartTime())
+                .arg("duration", programme.getDuration())
+                .arg("name", programme.getName())
+                .arg("programmeID", programme.getProgrammeID())
+                .arg("idType", programme.getProgrammeIDType())
+                .arg("channelID", programme.getChannelID())
+                .arg("episode", programme.getEpisode())
+                .arg("genre", programme.getGenres().empty() ? std::string() : programme.getGenres().front())
+                .arg("rating", ratings.empty() || ratings.front() == nullptr ? 0 : ratings.front()->getValue())
+                .end();
         }
     }
     printf("\e[0;32;32m[MSG][HbbTV-APM]%s pass out\e[0m\n", "getAllProgrammesForChannel");

@@ -47,23 +47,29 @@ if(NOT output MATCHES "${expected}" OR NOT output MATCHES ", 1 divergence;")
   message(FATAL_ERROR "the edited answer's divergence is not reported as expected")
 endif()
 
-# The channel list comes back from the recorded lineup: a channel renamed in the host's lineup is
-# a divergence in what the browser was given. A lineup recorded only in part is not given back,
-# and what became of it is then not compared.
+# The channel list and the schedule come back from the recorded host data: a channel or a
+# programme renamed there is a divergence in what the browser was given. Host data recorded only
+# in part is not given back, and what became of it is then not compared.
 set(renamed "")
 set(partial "")
 set(listSeq "")
+set(scheduleSeq "")
 foreach(line IN LISTS recorded)
   set(partialLine "${line}")
-  if(line MATCHES "\"kind\":\"hostdata\",\"name\":\"lineup\"")
+  if(line MATCHES "\"kind\":\"hostdata\"")
     string(REPLACE "\"name\":\"ZDF\"" "\"name\":\"ZDF HD\"" line "${line}")
+    string(REPLACE "\"text1\":\"Tatort\"" "\"text1\":\"Polizeiruf\"" line "${line}")
     string(REGEX REPLACE "\"count\":([0-9]+)" "\"count\":1\\1" partialLine "${partialLine}")
   endif()
+  # As recorded from a lineup and a schedule longer than the part the trace carries.
   if(line MATCHES "\"kind\":\"reply\",\"name\":\"getChannelList\".*\"seq\":([0-9]+)")
     set(listSeq "${CMAKE_MATCH_1}")
-    # As recorded from a lineup longer than the part the trace carries.
     string(REGEX REPLACE "\"channels\":([0-9]+),\"hostCount\":([0-9]+)" "\"channels\":1\\1,\"hostCount\":1\\2"
            partialLine "${partialLine}")
+  endif()
+  if(line MATCHES "\"kind\":\"reply\",\"name\":\"getAllProgrammesForChannel\".*\"seq\":([0-9]+)")
+    set(scheduleSeq "${CMAKE_MATCH_1}")
+    string(REGEX REPLACE "\"programmes\":([0-9]+)" "\"programmes\":1\\1" partialLine "${partialLine}")
   endif()
   string(APPEND renamed "${line}\n")
   string(APPEND partial "${partialLine}\n")
@@ -76,11 +82,13 @@ message("${output}")
 if(NOT replayed EQUAL 1 OR listSeq STREQUAL ""
    OR NOT output MATCHES "DIVERGENCE reply getChannelList #1 \\(recorded seq ${listSeq}, replayed seq [0-9]+\\)"
    OR NOT output MATCHES "replayed: [^\n]*\"ccid\":\"[^\"]*:ZDF HD\",[^\n]*\"name\":\"ZDF HD\""
-   OR NOT output MATCHES ", 1 divergence;")
-  message(FATAL_ERROR "a renamed channel in the recorded lineup is not reported as expected")
+   OR NOT output MATCHES "DIVERGENCE reply getAllProgrammesForChannel #1 \\(recorded seq ${scheduleSeq}, replayed seq [0-9]+\\)"
+   OR NOT output MATCHES "replayed: [^\n]*\"name\":\"Polizeiruf\""
+   OR NOT output MATCHES ", 2 divergences;")
+  message(FATAL_ERROR "a renamed channel or programme in the recorded host data is not reported as expected")
 endif()
 execute_process(COMMAND ${EMULATOR} "${SIMULATOR}" --replay "${WORK}/partial.jsonl" RESULT_VARIABLE replayed
                 OUTPUT_VARIABLE output)
 if(NOT replayed EQUAL 0 OR NOT output MATCHES "0 not replayable, 0 divergences")
-  message(FATAL_ERROR "a lineup recorded in part must not make divergences: ${replayed}\n${output}")
+  message(FATAL_ERROR "host data recorded in part must not make divergences: ${replayed}\n${output}")
 endif()

@@ -10,6 +10,7 @@
 #include <fstream>
 #include <functional>
 #include <map>
+#include <set>
 #include <mutex>
 
 #include "HbbtvBackendRecords.h"
@@ -35,37 +36,54 @@ Json comparedFields(const Json& line)
     return fields;
 }
 
-// The channel list travels in the host's pool, not in an answer record. The recording carries a
-// lineup's first channels: the replay gives the list back, and compares what the library made of
-// it, only when every lineup was recorded whole.
-const char* const kLineupReply = "reply getChannelList";
+// Data the host writes outside the answer records: the channel list in its pool, a schedule in a
+// result vector. The recording carries the first entries of each, in a line of its own: the
+// replay gives them back, and compares what the library made of them only when every one of the
+// recording was recorded whole.
+struct HostData {
+    const char* name;  // of the {"kind":"hostdata"} line
+    int command;       // the command whose answer it belongs to
+    const char* reply; // the stream that shows what the library made of it
+};
+const HostData kHostData[] = {
+    {"lineup", TunerCommand_RequestChannelsLineup, "reply getChannelList"},
+    {"schedule", ProgrammeCommand_GetAllProgrammeInfo, "reply getAllProgrammesForChannel"},
+};
 const char* const kUnreproducible[] = {"event channelListChanged"};
 
 std::string streamOf(const Json& line);
 
-bool compared(const Json& line, bool lineupsWhole)
+bool compared(const Json& line, const std::set<std::string>& partlyRecorded)
 {
     const std::string kind = line.value("kind", "");
     const std::string stream = streamOf(line);
     return std::find(std::begin(kComparedKinds), std::end(kComparedKinds), kind) != std::end(kComparedKinds)
            && std::find(std::begin(kUnreproducible), std::end(kUnreproducible), stream) == std::end(kUnreproducible)
-           && (lineupsWhole || stream != kLineupReply);
+           && partlyRecorded.count(stream) == 0;
 }
 
-bool lineupsRecordedWhole(const std::vector<Json>& recorded)
+// The replies whose host data the recording does not carry whole, for every answer.
+std::set<std::string> partlyRecordedReplies(const std::vector<Json>& recorded)
 {
-    size_t answered = 0;
-    size_t whole = 0;
-    for (const Json& line : recorded) {
-        if (line["kind"] == "answer" && line.value("command", -1) == TunerCommand_RequestChannelsLineup
-            && line.value("outcome", "") == "answered" && line.value("answer", Json::object()).value("valid", 0) != 0) {
-            ++answered;
-        } else if (line["kind"] == "hostdata" && line["name"] == "lineup"
-                   && line.value("recorded", -1) == line.value("count", -2)) {
-            ++whole;
+    std::set<std::string> partly;
+    for (const HostData& data : kHostData) {
+        size_t answered = 0;
+        size_t whole = 0;
+        for (const Json& line : recorded) {
+            if (line["kind"] == "answer" && line.value("command", -1) == data.command
+                && line.value("outcome", "") == "answered"
+                && line.value("answer", Json::object()).value("valid", 0) != 0) {
+                ++answered;
+            } else if (line["kind"] == "hostdata" && line["name"] == data.name
+                       && line.value("recorded", -1) == line.value("count", -2)) {
+                ++whole;
+            }
+        }
+        if (answered != whole) {
+            partly.insert(data.reply);
         }
     }
-    return answered == whole;
+    return partly;
 }
 
 std::string streamOf(const Json& line)
@@ -157,26 +175,52 @@ std::vector<hbbtv_sim::LineupChannel> lineupFrom(const Json& line)
     return channels;
 }
 
+std::vector<HbbtvEPGInformation> scheduleFrom(const Json& line)
+{
+    std::vector<HbbtvEPGInformation> events;
+    const size_t recorded = number<size_t>(line, "recorded");
+    for (size_t i = 0; i < recorded; ++i) {
+        const Json& e = line.value("e" + std::to_string(i), Json::object());
+        HbbtvEPGInformation event{};
+        event.word0 = number<uint32_t>(e, "word0");
+        event.word1 = number<uint32_t>(e, "word1");
+        event.word2 = number<uint32_t>(e, "word2");
+        event.word3 = number<uint32_t>(e, "word3");
+        event.text1 = textOf(e, "text1");
+        event.text2 = textOf(e, "text2");
+        event.text3 = textOf(e, "text3");
+        event.text4 = textOf(e, "text4");
+        event.parentalRating = number<uint8_t>(e, "rating");
+        event.value16 = number<uint16_t>(e, "value16");
+        event.text5 = textOf(e, "text5");
+        event.byte0 = number<uint8_t>(e, "byte0");
+        event.byte1 = number<uint8_t>(e, "byte1");
+        event.byte2 = number<uint8_t>(e, "byte2");
+        event.byte3 = number<uint8_t>(e, "byte3");
+        events.push_back(event);
+    }
+    return events;
+}
+
 class ReplayHost : public hbbtv_sim::SimulatedHost {
 public:
     explicit ReplayHost(const std::vector<Json>& recorded)
     {
-        // A lineup the host left in its pool is recorded by the requester right after the
-        // request's answer line: it goes with the last lineup answer of that thread.
-        std::map<int64_t, size_t> lineupAnswerOf;
-        const int lineupCommand = TunerCommand_RequestChannelsLineup;
+        // Host data is recorded by the requester right after the request's answer line: it goes
+        // with the last answer of its command on that thread.
+        std::map<std::pair<int64_t, int>, size_t> lastAnswer; // by thread and command: its number + 1
         for (const Json& line : recorded) {
             if (line["kind"] == "answer") {
                 const int command = number<int>(line, "command");
                 m_answers[command].push_back(line);
-                if (command == lineupCommand) {
-                    lineupAnswerOf[number<int64_t>(line, "th")] = m_answers[command].size();
-                }
-            } else if (line["kind"] == "hostdata" && line["name"] == "lineup") {
-                const auto answer = lineupAnswerOf.find(number<int64_t>(line, "th"));
-                if (answer != lineupAnswerOf.end()) {
-                    m_answers[lineupCommand][answer->second - 1]["lineup"] = line;
-                    lineupAnswerOf.erase(answer);
+                lastAnswer[{number<int64_t>(line, "th"), command}] = m_answers[command].size();
+            } else if (line["kind"] == "hostdata") {
+                for (const HostData& data : kHostData) {
+                    const auto answer = lastAnswer.find({number<int64_t>(line, "th"), data.command});
+                    if (line["name"] == data.name && answer != lastAnswer.end()) {
+                        m_answers[data.command][answer->second - 1]["hostdata"] = line;
+                        lastAnswer.erase(answer);
+                    }
                 }
             }
         }
@@ -193,8 +237,13 @@ public:
                 m_byTicket.erase(found);
             }
             writeRecordedAnswer(recorded.value("answer", Json::object()), answer);
-            if (recorded.contains("lineup") && answer.valid) {
-                lineupWriter(lineupFrom(recorded["lineup"]))(request, answer);
+            if (recorded.contains("hostdata") && answer.valid) {
+                const Json& data = recorded["hostdata"];
+                if (data["name"] == "lineup") {
+                    lineupWriter(lineupFrom(data))(request, answer);
+                } else if (data["name"] == "schedule") {
+                    scheduleWriter(scheduleFrom(data))(request, answer);
+                }
             }
         });
     }
@@ -241,6 +290,7 @@ NCOR::ChannelTunerData channelFrom(const Json& line)
     channel.setSid(number<int>(line, "sid"));
     channel.setMajorChannel(number<int>(line, "major"));
     channel.setIpBroadcastID(textOf(line, "ipBroadcastID"));
+    channel.setChannelID(textOf(line, "ccid"));
     return channel;
 }
 
@@ -492,12 +542,12 @@ std::vector<Divergence> compareTraces(const std::vector<Json>& recorded, const s
     // One stream per kind and name: crossings of different names may interleave differently when
     // they come from different threads, those of one name may not.
     std::map<std::string, std::vector<const Json*>> before, after;
-    const bool lineupsWhole = lineupsRecordedWhole(recorded);
+    const std::set<std::string> partlyRecorded = partlyRecordedReplies(recorded);
     for (const Json& line : recorded) {
-        if (compared(line, lineupsWhole)) before[streamOf(line)].push_back(&line);
+        if (compared(line, partlyRecorded)) before[streamOf(line)].push_back(&line);
     }
     for (const Json& line : replayed) {
-        if (compared(line, lineupsWhole)) after[streamOf(line)].push_back(&line);
+        if (compared(line, partlyRecorded)) after[streamOf(line)].push_back(&line);
     }
     std::vector<std::string> streams;
     for (const auto& s : before) streams.push_back(s.first);
