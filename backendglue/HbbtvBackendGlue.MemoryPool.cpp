@@ -307,26 +307,24 @@ std::atomic<uint16_t>& shm_allocator::stateOf(const node_tag* node)
 
 void shm_allocator::ShardLock::lockContended()
 {
-    for (unsigned int round = 0;; ++round) {
+    unsigned int waits = 0;
+    do {
         while (m_held.load(std::memory_order_relaxed)) {
-            if (round < 100) {
+            if (waits < 100) {
 #if defined(__x86_64__) || defined(__i386__)
                 __builtin_ia32_pause();
 #elif defined(__arm__) || defined(__aarch64__)
                 asm volatile("yield");
 #endif
-            } else if (round < 200) {
+            } else if (waits < 200) {
                 sched_yield();
             } else {
                 const struct timespec pause = {0, 50000};
                 nanosleep(&pause, nullptr);
             }
-            ++round;
+            ++waits;
         }
-        if (!m_held.exchange(true, std::memory_order_acquire)) {
-            return;
-        }
-    }
+    } while (m_held.exchange(true, std::memory_order_acquire));
 }
 
 static_assert(kBackendRegionSize / 8 < shm_allocator::kNoNode, "every node of the region has an index");
@@ -345,8 +343,6 @@ unsigned int shm_allocator::currentShard()
 {
     // Threads take shards in turn, so that two threads started one after the other never share
     // one; a thread keeps its shard for life, so its own frees come back to it in order.
-    // Zero-initialised, so that reading it needs no guard: 0 until the thread's first allocation,
-    // then its shard + 1.
     static std::atomic<unsigned int> nextShard(0);
     thread_local const unsigned int shard = nextShard.fetch_add(1, std::memory_order_relaxed) % kShards;
     return shard;

@@ -4,9 +4,10 @@
 // allocator: nodes of one exact size per arena, a bump cursor for fresh memory, freed nodes kept
 // for reuse in FIFO order, nothing split, merged or given back. Each node carries a head mark,
 // its size and an end mark in the region, so that an overrun or a stray pointer is caught when
-// the node comes back. The bookkeeping lives in this process's heap: per node a
-// word with its size, whether it is in use and which shard keeps it, so that free checks a node
-// in constant time and no write into the region can make the allocator hand a node out twice.
+// the node comes back. The bookkeeping lives in this process's heap: per node a word with its
+// size, whether it is in use and which shard keeps it, and a link to the next free node, so that
+// free checks a node in constant time and no write into the region can make the allocator hand a
+// node out twice.
 //
 // Binder threads allocate and free at the same moments, so the free lists are split into a few
 // shards, each with its own lock; threads take shards in turn, so that threads running in
