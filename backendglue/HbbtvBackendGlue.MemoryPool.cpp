@@ -1,6 +1,7 @@
 #include "HbbtvBackendGlue.MemoryPool.h"
 
 #include <fcntl.h>
+#include <pthread.h>
 #include <sched.h>
 #include <sys/mman.h>
 #include <unistd.h>
@@ -57,6 +58,10 @@ void* mapShared(int fd, size_t size)
 }
 
 unsigned char* g_backendRegion = nullptr; // set under the allocator's mutex (see init)
+// The one allocator that holds nodes for threads; it is never destroyed.
+std::atomic<shm_allocator*> g_processAllocator(nullptr);
+// Set to a thread's ThreadNodes once it holds a node; created with the process's allocator.
+pthread_key_t g_heldKey;
 
 template <typename T>
 struct AuxPool {
@@ -78,6 +83,10 @@ shm_allocator* createProcessAllocator()
     // Never destroyed: host threads and the service agent may still allocate while the process
     // runs its exit handlers. Only the region's name goes at exit, as the destructor would do.
     shm_allocator* allocator = new shm_allocator();
+    // Without the key threads hold no nodes: every free goes to a list.
+    if (pthread_key_create(&g_heldKey, shm_allocator::giveBackHeld) == 0) {
+        g_processAllocator.store(allocator, std::memory_order_release);
+    }
     atexit(backendMallocUninit);
     return allocator;
 }
@@ -149,6 +158,28 @@ void unpoisonNode(shm_allocator::node_tag* node)
 
 } // namespace
 
+// Constant-initialised, so that reaching it costs no guard. A thread that holds nodes is
+// registered under g_heldKey, whose destructor gives the nodes back when the thread ends.
+struct shm_allocator::ThreadNodes {
+    // Threads take shards in turn, so that two threads started one after the other never share
+    // one; a thread keeps its shard for life, so its own frees come back to it in order.
+    unsigned int shard()
+    {
+        if (shardPlusOne == 0) {
+            static std::atomic<unsigned int> next(0);
+            shardPlusOne = next.fetch_add(1, std::memory_order_relaxed) % kShards + 1;
+        }
+        return shardPlusOne - 1;
+    }
+
+    unsigned int shardPlusOne; // 0 until the thread first allocates
+    shm_allocator* owner;      // the allocator whose nodes the thread holds, once it holds any
+    bool ended;                // the thread has ended: frees from later exit handlers are listed
+    uint32_t heldBytes;
+    // By node size / 8: the held node's index + 1, or 0.
+    uint16_t held[kMaxHeldNode / 8 + 1];
+};
+
 uint16_t* shm_allocator::node_tag::getEndMark()
 {
     return reinterpret_cast<uint16_t*>(reinterpret_cast<unsigned char*>(this) + headerSize() + dataSize - 2);
@@ -178,12 +209,14 @@ shm_allocator::node_tag* shm_allocator::arena::takeFree(unsigned int shard, unsi
 {
     Locker<ShardLock> lock(m_owner.m_shards[shard].mutex);
     FreeList& list = m_free[shard];
-    if (list.head == kNoNode) {
+    const uint16_t index = list.head.load(std::memory_order_relaxed);
+    if (index == kNoNode) {
         return nullptr;
     }
-    node_tag* const node = m_owner.nodeAt(list.head);
-    list.head = m_owner.m_nextFree[spread(list.head)];
-    if (list.head == kNoNode) {
+    node_tag* const node = m_owner.nodeAt(index);
+    const uint16_t next = m_owner.m_nextFree[spread(index)];
+    list.head.store(next, std::memory_order_relaxed);
+    if (next == kNoNode) {
         list.tail = kNoNode;
     }
     --list.count;
@@ -191,37 +224,109 @@ shm_allocator::node_tag* shm_allocator::arena::takeFree(unsigned int shard, unsi
     return node;
 }
 
-shm_allocator::node_tag* shm_allocator::arena::allocate(size_t nodeSize)
+void shm_allocator::arena::keepFree(unsigned int shard, uint16_t index)
+{
+    Locker<ShardLock> lock(m_owner.m_shards[shard].mutex);
+    FreeList& list = m_free[shard];
+    m_owner.m_nextFree[spread(index)] = kNoNode;
+    if (list.tail == kNoNode) {
+        list.head.store(index, std::memory_order_relaxed);
+    } else {
+        m_owner.m_nextFree[spread(list.tail)] = index;
+    }
+    list.tail = index;
+    ++list.count;
+}
+
+shm_allocator::node_tag* shm_allocator::arena::takeHeld(ThreadNodes& mine, unsigned int home)
+{
+    if (m_nodeSize > kMaxHeldNode || mine.owner != &m_owner) {
+        return nullptr;
+    }
+    uint16_t& held = mine.held[m_nodeSize / 8];
+    if (held == 0 || m_free[home].head.load(std::memory_order_relaxed) != kNoNode) {
+        return nullptr;
+    }
+    node_tag* const node = m_owner.nodeAt(static_cast<uint16_t>(held - 1));
+    held = 0;
+    mine.heldBytes -= static_cast<uint32_t>(m_nodeSize);
+    m_owner.stateOf(node).store(nodeState(m_nodeSize, home, true), std::memory_order_release);
+    return node;
+}
+
+bool shm_allocator::arena::mayHold(ThreadNodes& mine)
+{
+    // Only while half the region is still uncut, so that held nodes can never be what exhausts it.
+    if (m_nodeSize > kMaxHeldNode || m_owner.m_used.load(std::memory_order_relaxed) >= m_owner.m_capacity / 2) {
+        return false;
+    }
+    if (mine.owner != &m_owner && !m_owner.startHolding(mine)) {
+        return false;
+    }
+    return mine.held[m_nodeSize / 8] != 0 || mine.heldBytes + m_nodeSize <= kHeldBytes;
+}
+
+void shm_allocator::arena::hold(ThreadNodes& mine, node_tag* node, std::atomic<uint16_t>& state)
+{
+    const unsigned int home = mine.shard();
+    uint16_t& held = mine.held[m_nodeSize / 8];
+    // The node held until now was freed earlier: it joins the shard's list ahead of this one.
+    if (held != 0) {
+        keepFree(home, static_cast<uint16_t>(held - 1));
+    } else {
+        mine.heldBytes += static_cast<uint32_t>(m_nodeSize);
+    }
+    state.store(nodeState(m_nodeSize, home, false), std::memory_order_release);
+    poisonNode(node);
+    held = static_cast<uint16_t>(m_owner.indexOf(node) + 1);
+}
+
+// A free node anywhere is reused before the region grows: the taker's shard first, then the
+// others. Kept out of line, so that taking a held node stays short.
+__attribute__((noinline)) shm_allocator::node_tag* shm_allocator::arena::takeListedOrFresh(unsigned int home,
+                                                                                          bool& fresh)
+{
+    for (unsigned int i = 0; i < kShards; ++i) {
+        node_tag* const node = takeFree((home + i) % kShards, home);
+        if (node != nullptr) {
+            fresh = false;
+            return node;
+        }
+    }
+    node_tag* const node = static_cast<node_tag*>(m_owner._allocate(m_nodeSize));
+    node->init(static_cast<unsigned short>(m_nodeSize));
+    m_made.fetch_add(1, std::memory_order_relaxed);
+    {
+        Locker<ShardLock> lock(m_owner.m_shards[home].mutex);
+        m_owner.stateOf(node).store(nodeState(m_nodeSize, home, true), std::memory_order_release);
+    }
+    fresh = true;
+    return node;
+}
+
+inline __attribute__((always_inline)) shm_allocator::node_tag* shm_allocator::arena::allocate(size_t nodeSize)
 {
     if (nodeSize % 8 != 0 || nodeSize != m_nodeSize) {
         HbbtvBackendGlue_AssertFail(kSourceFile, __PRETTY_FUNCTION__, 64);
     }
-    // A free node anywhere is reused before the region grows: the caller's shard first, then the
-    // others. The node's header and end mark are reused as they stand; the caller's bytes are not
+    ThreadNodes& mine = threadNodes();
+    const unsigned int home = mine.shard();
+    bool fresh = false;
+    node_tag* node = takeHeld(mine, home);
+    if (node == nullptr) {
+        node = takeListedOrFresh(home, fresh);
+    }
+    // A reused node's header and end mark are reused as they stand; the caller's bytes are not
     // cleared.
-    const unsigned int home = currentShard();
-    for (unsigned int i = 0; i < kShards; ++i) {
-        node_tag* const node = takeFree((home + i) % kShards, home);
-        if (node != nullptr) {
-            if (node->isPolluted()) {
-                HbbtvBackendGlue_AssertFail(kSourceFile, __PRETTY_FUNCTION__, 71);
-            }
-            unpoisonNode(node);
-            return node;
-        }
-    }
-    node_tag* const node = static_cast<node_tag*>(m_owner._allocate(nodeSize));
-    node->init(static_cast<unsigned short>(nodeSize));
     if (node->isPolluted()) {
-        HbbtvBackendGlue_AssertFail(kSourceFile, __PRETTY_FUNCTION__, 81);
+        HbbtvBackendGlue_AssertFail(kSourceFile, __PRETTY_FUNCTION__, fresh ? 81 : 71);
     }
-    m_made.fetch_add(1, std::memory_order_relaxed);
-    Locker<ShardLock> lock(m_owner.m_shards[home].mutex);
-    m_owner.stateOf(node).store(nodeState(nodeSize, home, true), std::memory_order_release);
+    unpoisonNode(node);
     return node;
 }
 
-void shm_allocator::arena::free(node_tag* node)
+// Puts a node on the free list of the shard that keeps it; false if it was not in use.
+__attribute__((noinline)) bool shm_allocator::arena::listFree(node_tag* node)
 {
     std::atomic<uint16_t>& state = m_owner.stateOf(node);
     for (;;) {
@@ -231,11 +336,8 @@ void shm_allocator::arena::free(node_tag* node)
         if (state.load(std::memory_order_acquire) != seen) {
             continue; // handed to another shard meanwhile
         }
-        // Not in use by this process's own word: freed already, never handed out, or of another
-        // size than its header now says. Only the heap decides, so that no write into the region
-        // can make one node free twice.
         if ((seen & kInUseBit) == 0 || (seen & kSizeBits) != m_nodeSize / 8) {
-            HbbtvBackendGlue_AssertFail(kSourceFile, __PRETTY_FUNCTION__, 93);
+            return false;
         }
         state.store(nodeState(m_nodeSize, shard, false), std::memory_order_release);
         poisonNode(node);
@@ -243,13 +345,31 @@ void shm_allocator::arena::free(node_tag* node)
         const uint16_t index = m_owner.indexOf(node);
         m_owner.m_nextFree[spread(index)] = kNoNode;
         if (list.tail == kNoNode) {
-            list.head = index;
+            list.head.store(index, std::memory_order_relaxed);
         } else {
             m_owner.m_nextFree[spread(list.tail)] = index;
         }
         list.tail = index;
         ++list.count;
-        return;
+        return true;
+    }
+}
+
+inline __attribute__((always_inline)) void shm_allocator::arena::free(node_tag* node)
+{
+    // Not in use by this process's own word: freed already, never handed out, or of another size
+    // than its header now says. Only the heap decides, so that no write into the region can make
+    // one node free twice.
+    ThreadNodes& mine = threadNodes();
+    if (mayHold(mine)) {
+        std::atomic<uint16_t>& state = m_owner.stateOf(node);
+        const uint16_t seen = state.load(std::memory_order_acquire);
+        if ((seen & kInUseBit) == 0 || (seen & kSizeBits) != m_nodeSize / 8) {
+            HbbtvBackendGlue_AssertFail(kSourceFile, __PRETTY_FUNCTION__, 93);
+        }
+        hold(mine, node, state);
+    } else if (!listFree(node)) {
+        HbbtvBackendGlue_AssertFail(kSourceFile, __PRETTY_FUNCTION__, 93);
     }
 }
 
@@ -257,13 +377,19 @@ void shm_allocator::arena::dumpInfo()
 {
     // The marks of free nodes are read as a consistency pass; the results are deliberately not
     // reported.
-    size_t freeNodes = 0;
     for (unsigned int shard = 0; shard < kShards; ++shard) {
         Locker<ShardLock> lock(m_owner.m_shards[shard].mutex);
-        freeNodes += m_free[shard].count;
-        for (uint16_t index = m_free[shard].head; index != kNoNode; index = m_owner.m_nextFree[spread(index)]) {
+        for (uint16_t index = m_free[shard].head.load(std::memory_order_relaxed); index != kNoNode;
+             index = m_owner.m_nextFree[spread(index)]) {
             (void)m_owner.nodeAt(index)->isPolluted();
         }
+    }
+    // Counted from the heap's words, so that the nodes threads hold count as free.
+    size_t freeNodes = 0;
+    const size_t nodes = m_owner.m_used.load(std::memory_order_acquire) / 8;
+    for (size_t index = 0; index < nodes; ++index) {
+        const uint16_t state = m_owner.m_nodeState[spread(static_cast<uint16_t>(index))].load(std::memory_order_acquire);
+        freeNodes += (state & kSizeBits) == m_nodeSize / 8 && (state & kInUseBit) == 0;
     }
     printf("free list:%u\n", static_cast<unsigned>(freeNodes));
     printf("used list:%u\n", static_cast<unsigned>(m_made.load(std::memory_order_relaxed) - freeNodes));
@@ -339,14 +465,38 @@ shm_allocator::node_tag* shm_allocator::nodeAt(uint16_t index) const
     return reinterpret_cast<node_tag*>(m_start + static_cast<size_t>(index) * 8);
 }
 
-unsigned int shm_allocator::currentShard()
+shm_allocator::ThreadNodes& shm_allocator::threadNodes()
 {
-    // Threads take shards in turn, so that two threads started one after the other never share
-    // one; a thread keeps its shard for life, so its own frees come back to it in order.
-    static std::atomic<unsigned int> nextShard(0);
-    thread_local const unsigned int shard = nextShard.fetch_add(1, std::memory_order_relaxed) % kShards;
-    return shard;
+    thread_local ThreadNodes nodes = {};
+    return nodes;
 }
+
+__attribute__((noinline)) bool shm_allocator::startHolding(ThreadNodes& mine)
+{
+    if (mine.ended || mine.owner != nullptr || this != g_processAllocator.load(std::memory_order_acquire) ||
+        pthread_setspecific(g_heldKey, &mine) != 0) {
+        return false;
+    }
+    mine.owner = this;
+    return true;
+}
+
+void shm_allocator::giveBackHeld(void* threadNodes)
+{
+    ThreadNodes& mine = *static_cast<ThreadNodes*>(threadNodes);
+    shm_allocator* const owner = mine.owner;
+    mine.owner = nullptr;
+    mine.ended = true;
+    for (size_t size = 8; size <= kMaxHeldNode; size += 8) {
+        if (mine.held[size / 8] != 0) {
+            owner->m_arenaBySize[size / 8].load(std::memory_order_acquire)->keepFree(
+                mine.shard(), static_cast<uint16_t>(mine.held[size / 8] - 1));
+            mine.held[size / 8] = 0;
+        }
+    }
+    mine.heldBytes = 0;
+}
+
 
 size_t shm_allocator::nodeSizeFor(size_t n)
 {

@@ -14,6 +14,14 @@
 // parallel rarely meet on one lock. A thread takes free nodes from its own shard first, then
 // from the others, and only then fresh memory, so the region grows no further than with one list.
 //
+// A request allocates and frees the same small records over and over on one thread, so the
+// process's allocator holds the small node a thread freed last, one per node size, for that
+// thread alone: taking it back needs no lock. The held node is the newest free node of its
+// size, so the thread takes it only when its shard has no older one; a second free of the size
+// moves the held node to the shard's list first. That keeps each thread's reuse first-in
+// first-out. A thread holds at most kHeldBytes, nodes of at most kMaxHeldNode bytes, and none
+// once half the region is cut into nodes; its held nodes go to its shard when it ends.
+//
 // In AddressSanitizer builds a free node's bytes are poisoned, so that any read or write of a
 // freed record is reported where it happens.
 //
@@ -58,8 +66,13 @@ public:
     };
 
     static const unsigned int kShards = 4;
+    static const size_t kMaxHeldNode = 12288;
+    static const uint32_t kHeldBytes = 16384;
     // Nodes are named by their offset / 8 in the heap's bookkeeping; this names none.
     static const uint16_t kNoNode = 0xFFFF;
+
+    // The calling thread's shard and the nodes the process's allocator holds for it.
+    struct ThreadNodes;
 
     // The nodes of one node size.
     class arena {
@@ -71,15 +84,29 @@ public:
         void dumpInfo();
 
     private:
+        friend class shm_allocator; // gives a thread's held nodes back to the lists
+
         // One shard's free nodes of this size, oldest first, linked through the allocator's
         // next-free words; guarded by the shard's lock.
         struct alignas(64) FreeList {
-            uint16_t head = kNoNode;
+            // Also read without the lock, to see whether the shard has any.
+            std::atomic<uint16_t> head{kNoNode};
             uint16_t tail = kNoNode;
             uint32_t count = 0;
         };
 
         node_tag* takeFree(unsigned int shard, unsigned int taker);
+        // Appends a free node to the shard's list.
+        void keepFree(unsigned int shard, uint16_t index);
+        node_tag* takeListedOrFresh(unsigned int home, bool& fresh);
+        bool listFree(node_tag* node);
+        // The node the thread holds of this size, in use from now on; null when it holds none or
+        // its shard has older free nodes of the size.
+        node_tag* takeHeld(ThreadNodes& mine, unsigned int home);
+        // Whether the thread may hold the node it frees now rather than list it.
+        bool mayHold(ThreadNodes& mine);
+        // Holds a node the thread frees, in place of the one it held of the size.
+        void hold(ThreadNodes& mine, node_tag* node, std::atomic<uint16_t>& state);
 
         FreeList m_free[kShards];
         std::atomic<uint32_t> m_made; // nodes of this size cut from the region
@@ -141,9 +168,16 @@ private:
     std::atomic<uint16_t>& stateOf(const node_tag* node);
     uint16_t indexOf(const node_tag* node) const;
     node_tag* nodeAt(uint16_t index) const;
-    // The calling thread's shard.
-    static unsigned int currentShard();
+    // The calling thread's; only the process's allocator, which outlives every thread, holds
+    // nodes for threads.
+    static ThreadNodes& threadNodes();
+    bool startHolding(ThreadNodes& mine);
 
+public:
+    // Gives a thread's held nodes back to its shard's lists when the thread ends.
+    static void giveBackHeld(void* threadNodes);
+
+private:
     std::map<unsigned short, arena> m_arenas;
     // The map's arenas by node size / 8, for a lookup without a lock or a tree walk; the map stays
     // the owner and gives the ascending order of dumpInfo. Entries are set once, under m_mutex.

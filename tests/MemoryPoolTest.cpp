@@ -289,6 +289,53 @@ TEST(ShmAllocator, HighWaterCountsTheRegionCutIntoNodes)
     EXPECT_NE(std::string::npos, dump.find("\tnode size:544\nfree list:4\nused list:1\n")) << dump;
 }
 
+TEST(ShmAllocator, ANodeFreedLastWaitsForItsThreadWhileHalfTheRegionIsUncut)
+{
+    shm_allocator* allocator = getBackendMemAllocator();
+    if (allocator->highWater() >= kBackendRegionSize / 2) {
+        GTEST_SKIP() << "half the region is cut already";
+    }
+    // Another thread's last free of a size is held for it: this thread cuts a fresh node meanwhile,
+    // and gets the held one once that thread has ended.
+    std::promise<unsigned char*> freed;
+    std::promise<void> end;
+    std::shared_future<void> ended = end.get_future().share();
+    std::thread other([&freed, ended] {
+        unsigned char* p = allocateBytes(300);
+        hbbtvBackendMfree(p);
+        freed.set_value(p);
+        ended.wait();
+    });
+    unsigned char* const held = freed.get_future().get();
+    unsigned char* const fresh = allocateBytes(300);
+    EXPECT_NE(held, fresh);
+    end.set_value();
+    other.join();
+    EXPECT_EQ(held, allocateBytes(300));
+
+    // Once half the region is cut into nodes, a free is listed at once, where every thread finds it.
+    std::vector<unsigned char*> filler;
+    while (allocator->highWater() < kBackendRegionSize / 2) {
+        filler.push_back(allocateBytes(8000));
+    }
+    std::promise<unsigned char*> listed;
+    std::promise<void> end2;
+    std::shared_future<void> ended2 = end2.get_future().share();
+    std::thread another([&listed, ended2] {
+        unsigned char* p = allocateBytes(400);
+        hbbtvBackendMfree(p);
+        listed.set_value(p);
+        ended2.wait();
+    });
+    unsigned char* const freedThere = listed.get_future().get();
+    EXPECT_EQ(freedThere, allocateBytes(400));
+    end2.set_value();
+    another.join();
+    for (unsigned char* p : filler) {
+        hbbtvBackendMfree(p);
+    }
+}
+
 #if defined(__SANITIZE_ADDRESS__)
 #define HBBTV_TEST_ASAN 1
 #elif defined(__has_feature)
