@@ -1,9 +1,13 @@
 // Round trip of one request through the service agent, with a host that answers at once on its
-// own thread (as bare as the relay's; the simulated host's throughput is shown beside), against a minimal relay built here with the same hops (requester -> relay thread ->
-// host thread -> relay thread -> requester, condition-variable queues and a semaphore), in
-// interleaved rounds: the p50 of one requester's round trips, and throughput with 16 requesters.
+// own thread (as bare as the relay's; the simulated host's throughput is shown beside), against a
+// minimal relay built here with the same hops (requester -> relay thread -> host thread -> relay
+// thread -> requester, condition-variable queues and a semaphore), in interleaved rounds: the p50
+// of one requester's round trips (all threads on one core, then placed by the scheduler), and
+// throughput with 16 requesters.
 // Then memory: 100,000 requests, each with its payload and answer records made and freed as the
 // TV service does, and the process's resident size and the region's high-water before and after.
+#include <dirent.h>
+#include <sched.h>
 #include <semaphore.h>
 #include <unistd.h>
 
@@ -224,6 +228,30 @@ double throughput(int threads, double seconds, MakeRequester make)
     return static_cast<double>(done.load()) / seconds;
 }
 
+// Puts every thread of the process on the given CPU, or back on all of them with -1.
+void placeAllThreads(int cpu)
+{
+    cpu_set_t set;
+    CPU_ZERO(&set);
+    const long cpus = sysconf(_SC_NPROCESSORS_ONLN);
+    for (long i = 0; i < cpus; ++i) {
+        if (cpu < 0 || i == cpu) {
+            CPU_SET(static_cast<int>(i), &set);
+        }
+    }
+    DIR* tasks = opendir("/proc/self/task");
+    if (tasks == nullptr) {
+        return;
+    }
+    while (dirent* entry = readdir(tasks)) {
+        const pid_t tid = static_cast<pid_t>(atoi(entry->d_name));
+        if (tid > 0) {
+            sched_setaffinity(tid, sizeof(set), &set);
+        }
+    }
+    closedir(tasks);
+}
+
 // One request as the TV service makes it: its records made for it in the region, freed after.
 void freshRecordsRoundTrip()
 {
@@ -256,24 +284,49 @@ int main(int argc, char** argv)
     measure(agentRequester, 1000, warmUp);
     measure(relayRequester, 1000, warmUp);
 
-    // Rounds alternate between the two, so that drift in the machine's speed reaches both alike.
+    // Rounds alternate between the two, so that drift in the machine's speed reaches both alike,
+    // and which of them goes first alternates too. A single requester's round trip depends mostly
+    // on where the scheduler has put the three threads (one core: hand-overs of a few
+    // microseconds; spread over cores: each hand-over waits for a core to wake, tens), and that
+    // placement follows from what ran before rather than from either path. The target figure is
+    // therefore taken with every thread on one core, where it compares the two paths' own work;
+    // the figure with the scheduler's placement is shown beside it.
     const int rounds = 7;
     const int perRound = 3000;
     const double seconds = 0.5;
-    std::vector<double> agentP50, relayP50, agentThroughput, relayThroughput, simulatedHostThroughput;
+    std::vector<double> agentP50, relayP50, agentFreeP50, relayFreeP50;
+    std::vector<double> agentThroughput, relayThroughput, simulatedHostThroughput;
+    auto p50Rounds = [&](std::vector<double>& agentFigures, std::vector<double>& relayFigures) {
+        for (int round = 0; round < rounds; ++round) {
+            std::vector<double> agent, minimal;
+            if (round % 2 == 0) {
+                measure(agentRequester, perRound, agent);
+                measure(relayRequester, perRound, minimal);
+            } else {
+                measure(relayRequester, perRound, minimal);
+                measure(agentRequester, perRound, agent);
+            }
+            agentFigures.push_back(median(agent));
+            relayFigures.push_back(median(minimal));
+        }
+    };
+    placeAllThreads(0);
+    p50Rounds(agentP50, relayP50);
+    placeAllThreads(-1);
+    p50Rounds(agentFreeP50, relayFreeP50);
+    auto agentRequesters = [] { return std::make_unique<AgentRequester>(); };
+    auto relayRequesters = [relay] { return std::make_unique<RelayRequester>(relay); };
     for (int round = 0; round < rounds; ++round) {
+        if (round % 2 == 0) {
+            agentThroughput.push_back(throughput(16, seconds, agentRequesters));
+            relayThroughput.push_back(throughput(16, seconds, relayRequesters));
+        } else {
+            relayThroughput.push_back(throughput(16, seconds, relayRequesters));
+            agentThroughput.push_back(throughput(16, seconds, agentRequesters));
+        }
         issuer->useSimulatedHost(true);
-        simulatedHostThroughput.push_back(
-            throughput(16, seconds, [] { return std::make_unique<AgentRequester>(); }));
+        simulatedHostThroughput.push_back(throughput(16, seconds, agentRequesters));
         issuer->useSimulatedHost(false);
-        std::vector<double> agent, minimal;
-        measure(agentRequester, perRound, agent);
-        measure(relayRequester, perRound, minimal);
-        agentP50.push_back(median(agent));
-        relayP50.push_back(median(minimal));
-        agentThroughput.push_back(throughput(16, seconds, [] { return std::make_unique<AgentRequester>(); }));
-        relayThroughput.push_back(
-            throughput(16, seconds, [relay] { return std::make_unique<RelayRequester>(relay); }));
     }
 
     // The field trace: the same path with recording off and on, in alternating rounds. On, every
@@ -306,8 +359,10 @@ int main(int argc, char** argv)
     const long residentAtEnd = residentKiB();
 
     const std::vector<Row> rows = {
-        ratioRow("request round trip p50, 1 requester", "agent", agentP50, "relay", relayP50, "us", Better::Lower,
-                 1.1),
+        ratioRow("request round trip p50, 1 requester, one core", "agent", agentP50, "relay", relayP50, "us",
+                 Better::Lower, 1.1),
+        absoluteRow("request round trip p50, 1 requester, placed by the scheduler", "agent", agentFreeP50, "relay",
+                    relayFreeP50, "us", 0),
         ratioRow("request throughput, 16 requesters", "agent", agentThroughput, "relay", relayThroughput, "req/s",
                  Better::Higher, 0.95),
         absoluteRow("request throughput, 16 requesters, simulated host", "agent", simulatedHostThroughput, "", {},
