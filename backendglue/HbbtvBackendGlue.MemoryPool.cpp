@@ -219,7 +219,6 @@ shm_allocator::node_tag* shm_allocator::arena::takeFree(unsigned int shard, unsi
     if (next == kNoNode) {
         list.tail = kNoNode;
     }
-    --list.count;
     m_owner.stateOf(node).store(nodeState(m_nodeSize, taker, true), std::memory_order_release);
     return node;
 }
@@ -227,6 +226,11 @@ shm_allocator::node_tag* shm_allocator::arena::takeFree(unsigned int shard, unsi
 void shm_allocator::arena::keepFree(unsigned int shard, uint16_t index)
 {
     Locker<ShardLock> lock(m_owner.m_shards[shard].mutex);
+    appendFree(shard, index);
+}
+
+void shm_allocator::arena::appendFree(unsigned int shard, uint16_t index)
+{
     FreeList& list = m_free[shard];
     m_owner.m_nextFree[spread(index)] = kNoNode;
     if (list.tail == kNoNode) {
@@ -235,7 +239,6 @@ void shm_allocator::arena::keepFree(unsigned int shard, uint16_t index)
         m_owner.m_nextFree[spread(list.tail)] = index;
     }
     list.tail = index;
-    ++list.count;
 }
 
 shm_allocator::node_tag* shm_allocator::arena::takeHeld(ThreadNodes& mine, unsigned int home)
@@ -341,16 +344,7 @@ __attribute__((noinline)) bool shm_allocator::arena::listFree(node_tag* node)
         }
         state.store(nodeState(m_nodeSize, shard, false), std::memory_order_release);
         poisonNode(node);
-        FreeList& list = m_free[shard];
-        const uint16_t index = m_owner.indexOf(node);
-        m_owner.m_nextFree[spread(index)] = kNoNode;
-        if (list.tail == kNoNode) {
-            list.head.store(index, std::memory_order_relaxed);
-        } else {
-            m_owner.m_nextFree[spread(list.tail)] = index;
-        }
-        list.tail = index;
-        ++list.count;
+        appendFree(shard, m_owner.indexOf(node));
         return true;
     }
 }
@@ -496,7 +490,6 @@ void shm_allocator::giveBackHeld(void* threadNodes)
     }
     mine.heldBytes = 0;
 }
-
 
 size_t shm_allocator::nodeSizeFor(size_t n)
 {

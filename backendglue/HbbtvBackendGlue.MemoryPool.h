@@ -14,13 +14,13 @@
 // parallel rarely meet on one lock. A thread takes free nodes from its own shard first, then
 // from the others, and only then fresh memory, so the region grows no further than with one list.
 //
-// A request allocates and frees the same small records over and over on one thread, so the
-// process's allocator holds the small node a thread freed last, one per node size, for that
-// thread alone: taking it back needs no lock. The held node is the newest free node of its
-// size, so the thread takes it only when its shard has no older one; a second free of the size
-// moves the held node to the shard's list first. That keeps each thread's reuse first-in
-// first-out. A thread holds at most kHeldBytes, nodes of at most kMaxHeldNode bytes, and none
-// once half the region is cut into nodes; its held nodes go to its shard when it ends.
+// A request allocates and frees the same records over and over on one thread, so the process's
+// allocator holds the node a thread freed last, one per node size, for that thread alone: taking
+// it back needs no lock. The held node is the newest free node of its size, so the thread takes
+// it only when its shard has no older one; a second free of the size moves the held node to the
+// shard's list first. That keeps each thread's reuse first-in first-out. A thread holds at most
+// kHeldBytes, nodes of at most kMaxHeldNode bytes, and none once half the region is cut into
+// nodes; its held nodes go to its shard when it ends.
 //
 // In AddressSanitizer builds a free node's bytes are poisoned, so that any read or write of a
 // freed record is reported where it happens.
@@ -92,12 +92,13 @@ public:
             // Also read without the lock, to see whether the shard has any.
             std::atomic<uint16_t> head{kNoNode};
             uint16_t tail = kNoNode;
-            uint32_t count = 0;
         };
 
         node_tag* takeFree(unsigned int shard, unsigned int taker);
-        // Appends a free node to the shard's list.
+        // Appends a free node to the shard's list: keepFree takes the shard's lock, appendFree
+        // runs under it.
         void keepFree(unsigned int shard, uint16_t index);
+        void appendFree(unsigned int shard, uint16_t index);
         node_tag* takeListedOrFresh(unsigned int home, bool& fresh);
         bool listFree(node_tag* node);
         // The node the thread holds of this size, in use from now on; null when it holds none or
