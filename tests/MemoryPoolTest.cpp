@@ -289,6 +289,40 @@ TEST(ShmAllocator, HighWaterCountsTheRegionCutIntoNodes)
     EXPECT_NE(std::string::npos, dump.find("\tnode size:544\nfree list:4\nused list:1\n")) << dump;
 }
 
+namespace {
+
+// A thread that allocates n bytes, frees them and stays alive until end() is called.
+class FreeOnAnotherThread {
+public:
+    explicit FreeOnAnotherThread(unsigned int n)
+        : m_ended(m_end.get_future().share()), m_thread([this, n, ended = m_ended] {
+              unsigned char* p = allocateBytes(n);
+              hbbtvBackendMfree(p);
+              m_freed.set_value(p);
+              ended.wait();
+          })
+    {
+    }
+    ~FreeOnAnotherThread() { end(); }
+    unsigned char* freed() { return m_freedFuture.get(); }
+    void end()
+    {
+        if (m_thread.joinable()) {
+            m_end.set_value();
+            m_thread.join();
+        }
+    }
+
+private:
+    std::promise<unsigned char*> m_freed;
+    std::future<unsigned char*> m_freedFuture = m_freed.get_future();
+    std::promise<void> m_end;
+    std::shared_future<void> m_ended;
+    std::thread m_thread;
+};
+
+} // namespace
+
 TEST(ShmAllocator, ANodeFreedLastWaitsForItsThreadWhileHalfTheRegionIsUncut)
 {
     shm_allocator* allocator = getBackendMemAllocator();
@@ -297,20 +331,10 @@ TEST(ShmAllocator, ANodeFreedLastWaitsForItsThreadWhileHalfTheRegionIsUncut)
     }
     // Another thread's last free of a size is held for it: this thread cuts a fresh node meanwhile,
     // and gets the held one once that thread has ended.
-    std::promise<unsigned char*> freed;
-    std::promise<void> end;
-    std::shared_future<void> ended = end.get_future().share();
-    std::thread other([&freed, ended] {
-        unsigned char* p = allocateBytes(300);
-        hbbtvBackendMfree(p);
-        freed.set_value(p);
-        ended.wait();
-    });
-    unsigned char* const held = freed.get_future().get();
-    unsigned char* const fresh = allocateBytes(300);
-    EXPECT_NE(held, fresh);
-    end.set_value();
-    other.join();
+    FreeOnAnotherThread other(300);
+    unsigned char* const held = other.freed();
+    EXPECT_NE(held, allocateBytes(300));
+    other.end();
     EXPECT_EQ(held, allocateBytes(300));
 
     // Once half the region is cut into nodes, a free is listed at once, where every thread finds it.
@@ -318,19 +342,10 @@ TEST(ShmAllocator, ANodeFreedLastWaitsForItsThreadWhileHalfTheRegionIsUncut)
     while (allocator->highWater() < kBackendRegionSize / 2) {
         filler.push_back(allocateBytes(8000));
     }
-    std::promise<unsigned char*> listed;
-    std::promise<void> end2;
-    std::shared_future<void> ended2 = end2.get_future().share();
-    std::thread another([&listed, ended2] {
-        unsigned char* p = allocateBytes(400);
-        hbbtvBackendMfree(p);
-        listed.set_value(p);
-        ended2.wait();
-    });
-    unsigned char* const freedThere = listed.get_future().get();
-    EXPECT_EQ(freedThere, allocateBytes(400));
-    end2.set_value();
-    another.join();
+    FreeOnAnotherThread another(400);
+    unsigned char* const listed = another.freed();
+    EXPECT_EQ(listed, allocateBytes(400));
+    another.end();
     for (unsigned char* p : filler) {
         hbbtvBackendMfree(p);
     }
