@@ -145,13 +145,23 @@ unsigned int HbbtvBackendTVService::ticket()
 }
 
 BackendRequestResult HbbtvBackendTVService::sendToAgent(HbbtvCommandPayload* payload,
-                                                        HbbtvServiceRequestAnswer* answer)
+                                                        HbbtvServiceRequestAnswer* answer,
+                                                        const SharedRegionResult* result, unsigned int& drawn)
 {
     // After teardown the host may be gone: the request is refused and its answer stays not valid.
     if (m_tornDown) {
         return RequestRefused;
     }
-    payload->ticket = ticket();
+    drawn = ticket();
+    payload->ticket = drawn;
+    // Records kept for a host that does not answer are bounded, so this takes a host that leaks
+    // records: the request fails rather than the middleware.
+    if (!hbbtvBackendInRegion(payload) || !hbbtvBackendInRegion(answer) ||
+        (result != nullptr && !result->inRegion())) {
+        printf("[BackendGlue_GetThreadService] Request refused - %s, ticket:%u, the shared region is full\n",
+               convertBackendCommandToString(payload->command), drawn);
+        return RequestRefused;
+    }
     return getServiceAgent()->request(payload, answer);
 }
 

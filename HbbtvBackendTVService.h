@@ -105,6 +105,8 @@ public:
     virtual ~SharedRegionResult() {}
     // Gives the object up, with what destroys it, to whoever keeps it for the host from now on.
     virtual HostHeldRecord handOver() = 0;
+    // Whether the object lies in the region (it comes from the heap when the region is full).
+    virtual bool inRegion() const = 0;
 };
 
 template <typename T> class SharedRegionObject : public SharedRegionResult {
@@ -116,8 +118,10 @@ public:
 
     T& operator*() { return *m_object; }
     T* operator->() { return m_object; }
-    uint32_t wireAddress() const { return toWireAddress(m_object); }
+    // 0 for an object the region had no room for: its request is refused anyway.
+    uint32_t wireAddress() const { return inRegion() ? toWireAddress(m_object) : 0; }
     HostHeldRecord handOver() override;
+    bool inRegion() const override { return hbbtvBackendInRegion(m_object); }
 
 private:
     static void destroy(void* object);
@@ -289,8 +293,10 @@ public:
     bool CheckTuneChannelType();
 
 private:
-    // Draws the ticket and passes the request to the agent; refused at once after teardown.
-    BackendRequestResult sendToAgent(HbbtvCommandPayload* payload, HbbtvServiceRequestAnswer* answer);
+    // Draws the ticket (also into ticket) and passes the request to the agent; refused at once
+    // after teardown, and when a record had to come from the heap because the region is full.
+    BackendRequestResult sendToAgent(HbbtvCommandPayload* payload, HbbtvServiceRequestAnswer* answer,
+                                     const SharedRegionResult* result, unsigned int& ticket);
     // Sends a plain command record with up to two integers and a plain answer, and waits.
     // Returns the answer for reading (freed when it goes).
     std::unique_ptr<HbbtvServiceRequestAnswer> sendPlainCommand(HbbtvBackendCommand command, int param1 = 0,
@@ -329,26 +335,28 @@ template <typename Payload, typename Answer>
 bool HbbtvBackendTVService::sendServiceRequest(std::unique_ptr<Payload>& payload, std::unique_ptr<Answer>& answer,
                                                SharedRegionResult* result)
 {
-    const BackendRequestResult outcome = sendToAgent(payload.get(), answer.get());
+    unsigned int ticket = 0;
+    const BackendRequestResult outcome = sendToAgent(payload.get(), answer.get(), result, ticket);
     if (trace::on()) trace::requestEnded(*payload, *answer, outcome);
     if (outcome != RequestGivenUp) {
         return outcome == RequestAnswered;
     }
-    const unsigned int givenUpTicket = payload->ticket;
+    // Kept by the ticket the request was made with: the host may have written another into the
+    // payload, and its late answer must still find these records alive.
     const HostHeldRecord records[] = {
         hostHeldRecord(payload.release()),
         hostHeldRecord(answer.release()),
-        result != nullptr ? result->handOver() : HostHeldRecord{nullptr, nullptr},
+        result != nullptr ? result->handOver() : HostHeldRecord{nullptr, nullptr, 0},
     };
+    getServiceAgent()->holdGivenUpRecords(ticket, records, 3);
     answer.reset(new Answer());
-    getServiceAgent()->holdGivenUpRecords(givenUpTicket, records, 3);
     return false;
 }
 
 template <typename T> SharedRegionObject<T>::SharedRegionObject()
 {
     static_assert(alignof(T) <= 8, "the shared region hands out 8-aligned blocks");
-    void* const block = hbbtvBackendMalloc(sizeof(T));
+    void* const block = hbbtvBackendRecordMalloc(sizeof(T));
     if (block == nullptr) {
         HbbtvBackendGlue_AssertFail("HbbtvBackendTVService", __PRETTY_FUNCTION__, __LINE__);
     }
@@ -366,13 +374,13 @@ template <typename T> HostHeldRecord SharedRegionObject<T>::handOver()
 {
     T* const object = m_object;
     m_object = nullptr;
-    return HostHeldRecord{object, &SharedRegionObject<T>::destroy};
+    return HostHeldRecord{object, &SharedRegionObject<T>::destroy, shm_allocator::nodeSizeFor(sizeof(T))};
 }
 
 template <typename T> void SharedRegionObject<T>::destroy(void* object)
 {
     static_cast<T*>(object)->~T();
-    hbbtvBackendMfree(object);
+    hbbtvBackendRecordFree(object);
 }
 
 } // namespace ZR_HBBTV_Core

@@ -56,21 +56,27 @@ void ZR_HbbtvImpl::init(Hbbtv_TVServer* server)
 void ZR_HbbtvImpl::deinit()
 {
     if (trace::on()) trace::Line("host", "deinit");
-    std::lock_guard<std::mutex> lifecycle(m_lifecycleMutex);
-    android::sp<ZR_HbbtvImplPrivate> manager;
     {
-        std::lock_guard<std::mutex> lock(m_stateMutex);
-        manager = m_private;
-        m_private.clear();
-        m_initialised = false;
+        std::lock_guard<std::mutex> lifecycle(m_lifecycleMutex);
+        android::sp<ZR_HbbtvImplPrivate> manager;
+        {
+            std::lock_guard<std::mutex> lock(m_stateMutex);
+            manager = m_private;
+            m_private.clear();
+            m_initialised = false;
+        }
+        // Calls from here on are refused; calls that took the object before keep it alive and find
+        // it refusing once it is torn down.
+        if (manager != nullptr) {
+            manager->teardown();
+            std::lock_guard<std::mutex> lock(m_stateMutex);
+            manager.clear();
+        }
     }
-    // Calls from here on are refused; calls that took the object before keep it alive and find
-    // it refusing once it is torn down.
-    if (manager != nullptr) {
-        manager->teardown();
-        std::lock_guard<std::mutex> lock(m_stateMutex);
-        manager.clear();
-    }
+    // Without the lifecycle lock: a call into the host that is still running may itself call
+    // deinit or any other operation on its way out. Once this returns, the host may destroy its
+    // server.
+    HostCallGate::process().drain();
     if (trace::on()) trace::flush();
 }
 

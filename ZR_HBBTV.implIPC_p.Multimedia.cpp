@@ -67,7 +67,8 @@ void YXTMMClient::notifySubtitleComponentsChanged(const std::vector<MultimediaCo
 void ZR_HbbtvImplPrivate::notifyAudioComponentsChanged(const std::vector<MultimediaComponentData>& components,
                                                        int value)
 {
-    if (!_gotKilled) {
+    const HostCall call;
+    if (call) {
         if (trace::on()) trace::Line("callback", "HBBTV_NotifyMultimediaAudioComponentDataChanged").arg("components", components.size()).arg("value", value);
         m_server->HBBTV_NotifyMultimediaAudioComponentDataChanged(toHost(components), value);
     }
@@ -76,7 +77,8 @@ void ZR_HbbtvImplPrivate::notifyAudioComponentsChanged(const std::vector<Multime
 void ZR_HbbtvImplPrivate::notifySubtitleComponentsChanged(const std::vector<MultimediaComponentData>& components,
                                                           int value)
 {
-    if (!_gotKilled) {
+    const HostCall call;
+    if (call) {
         if (trace::on()) trace::Line("callback", "HBBTV_NotifyMultimediaSubtitleComponentDataChanged").arg("components", components.size()).arg("value", value);
         m_server->HBBTV_NotifyMultimediaSubtitleComponentDataChanged(toHost(components), value);
     }

@@ -51,8 +51,11 @@ void ZR_HbbtvImplPrivate::notifyNewWindow(int windowId)
         }
         m_windows.push_back(windowId);
     }
-    if (trace::on()) trace::Line("callback", "HBBTV_ReportIsAnyAppRunning").arg("running", true);
-    m_server->HBBTV_ReportIsAnyAppRunning(true);
+    const HostCall call;
+    if (call) {
+        if (trace::on()) trace::Line("callback", "HBBTV_ReportIsAnyAppRunning").arg("running", true);
+        m_server->HBBTV_ReportIsAnyAppRunning(true);
+    }
 }
 
 void ZR_HbbtvImplPrivate::notifyWindowClosed(int windowId)
@@ -69,8 +72,11 @@ void ZR_HbbtvImplPrivate::notifyWindowClosed(int windowId)
         m_windows.remove(windowId);
         anyLeft = !m_windows.empty();
     }
-    if (trace::on()) trace::Line("callback", "HBBTV_ReportIsAnyAppRunning").arg("running", anyLeft);
-    m_server->HBBTV_ReportIsAnyAppRunning(anyLeft);
+    const HostCall call;
+    if (call) {
+        if (trace::on()) trace::Line("callback", "HBBTV_ReportIsAnyAppRunning").arg("running", anyLeft);
+        m_server->HBBTV_ReportIsAnyAppRunning(anyLeft);
+    }
 }
 
 void ZR_HbbtvImplPrivate::notifyLoadStarted(int loadId, const std::string& url)
@@ -85,8 +91,7 @@ void ZR_HbbtvImplPrivate::notifyLoadStarted(int loadId, const std::string& url)
         tracker.loads.erase(loadId);
         tracker.loads.emplace(loadId, LoadEntry{0, url});
     }
-    if (trace::on()) trace::Line("callback", "HBBTV_LoadingNotification").arg("progress", 0).arg("url", url);
-    m_server->HBBTV_LoadingNotification(0, url.c_str());
+    HBBTV_LoadingNotification(0, url.c_str());
     HbbtvBackendTVService* const service = m_tvServiceUnlocked;
     if (service != nullptr) {
         service->notifyStartNewApp(url.c_str());
@@ -113,8 +118,7 @@ void ZR_HbbtvImplPrivate::notifyLoadProgress(int loadId, int percent)
         }
         url = entry->second.url;
     }
-    if (trace::on()) trace::Line("callback", "HBBTV_LoadingNotification").arg("progress", percent).arg("url", url);
-    m_server->HBBTV_LoadingNotification(percent, url.c_str());
+    HBBTV_LoadingNotification(percent, url.c_str());
 }
 
 void ZR_HbbtvImplPrivate::notifyInitialLayoutCompleted(int loadId)
@@ -136,8 +140,7 @@ void ZR_HbbtvImplPrivate::notifyInitialLayoutCompleted(int loadId)
         }
     }
     // Reported even when the load already reached 100.
-    if (trace::on()) trace::Line("callback", "HBBTV_LoadingNotification").arg("progress", 100).arg("url", known ? url.c_str() : nullptr);
-    m_server->HBBTV_LoadingNotification(100, known ? url.c_str() : nullptr);
+    HBBTV_LoadingNotification(100, known ? url.c_str() : nullptr);
 }
 
 void ZR_HbbtvImplPrivate::notifyLoadComplete(int loadId)
@@ -170,8 +173,7 @@ void ZR_HbbtvImplPrivate::notifyLoadComplete(int loadId)
         }
     }
     if (report) {
-        if (trace::on()) trace::Line("callback", "HBBTV_LoadingNotification").arg("progress", 100).arg("url", url);
-        m_server->HBBTV_LoadingNotification(100, url.c_str());
+        HBBTV_LoadingNotification(100, url.c_str());
     }
 }
 

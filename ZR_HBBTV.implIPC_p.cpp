@@ -24,6 +24,66 @@ const int kBrowserLookups = 11;
 
 } // namespace
 
+namespace {
+
+// Calls into the host that the calling thread is inside now.
+thread_local unsigned int t_hostCalls = 0;
+
+} // namespace
+
+HostCallGate& HostCallGate::process()
+{
+    static HostCallGate* const gate = new HostCallGate(); // outlives every thread at exit
+    return *gate;
+}
+
+HostCallGate::HostCallGate() : m_closed(false), m_running(0), m_excused(0)
+{
+}
+
+bool HostCallGate::enter()
+{
+    Locker<Mutex> lock(m_mutex);
+    if (m_closed) {
+        return false;
+    }
+    ++m_running;
+    ++t_hostCalls;
+    return true;
+}
+
+void HostCallGate::leave()
+{
+    Locker<Mutex> lock(m_mutex);
+    --m_running;
+    --t_hostCalls;
+    if (m_closed) {
+        m_left.broadcast();
+    }
+}
+
+void HostCallGate::close()
+{
+    Locker<Mutex> lock(m_mutex);
+    m_closed = true;
+}
+
+void HostCallGate::drain()
+{
+    const unsigned int mine = t_hostCalls;
+    Locker<Mutex> lock(m_mutex);
+    m_excused += mine;
+    m_left.broadcast(); // another thread waiting here may be waiting for these
+    bool said = false;
+    while (m_running > m_excused) {
+        if (!m_left.timedWait(m_mutex, currentTime() + 1.0) && !said) {
+            printf("[ZR_HBBTV]: deinit waits for %u calls into the host to return\n", m_running - m_excused);
+            said = true;
+        }
+    }
+    m_excused -= mine;
+}
+
 Mutex ZR_HbbtvImplPrivate::m_mutex;
 Mutex ZR_HbbtvImplPrivate::m_launchMutex;
 std::atomic<bool> ZR_HbbtvImplPrivate::_gotKilled(false);
@@ -74,6 +134,8 @@ void ZR_HbbtvImplPrivate::teardown()
     m_tvServiceUnlocked = nullptr;
     _gotKilled = true;
     m_tornDown = true;
+    // No call into the host starts from here on; deinit waits for those running.
+    HostCallGate::process().close();
     {
         // The browser's verdict is refused from now on: a keyClick waiting for one stops waiting.
         Locker<Mutex> waiting(m_keyWaitMutex);
@@ -207,7 +269,8 @@ char** ZR_HbbtvImplPrivate::createEnvs()
 
 void ZR_HbbtvImplPrivate::HBBTV_CommandHandler(void* command)
 {
-    if (!_gotKilled) {
+    const HostCall call;
+    if (call) {
         if (trace::on()) trace::Line("callback", "HBBTV_CommandHandler");
         m_server->HBBTV_CommandHandler(command);
     }
@@ -215,9 +278,12 @@ void ZR_HbbtvImplPrivate::HBBTV_CommandHandler(void* command)
 
 void ZR_HbbtvImplPrivate::HBBTV_ServiceRequestHandler(void* payload, void* answer)
 {
-    if (!_gotKilled) {
-        m_server->HBBTV_ServiceRequestHandler(payload, answer);
-        return;
+    {
+        const HostCall call;
+        if (call) {
+            m_server->HBBTV_ServiceRequestHandler(payload, answer);
+            return;
+        }
     }
     // The host is gone: the request finishes at once, its answer not valid, rather than keep its
     // requester for a whole budget.
@@ -226,7 +292,8 @@ void ZR_HbbtvImplPrivate::HBBTV_ServiceRequestHandler(void* payload, void* answe
 
 void ZR_HbbtvImplPrivate::HBBTV_HeartBeatNotification()
 {
-    if (!_gotKilled) {
+    const HostCall call;
+    if (call) {
         if (trace::on()) trace::Line("callback", "HBBTV_HeartBeatNotification");
         m_server->HBBTV_HeartBeatNotification();
     }
@@ -234,7 +301,8 @@ void ZR_HbbtvImplPrivate::HBBTV_HeartBeatNotification()
 
 void ZR_HbbtvImplPrivate::HBBTV_LoadingNotification(int progress, const char* url)
 {
-    if (!_gotKilled) {
+    const HostCall call;
+    if (call) {
         if (trace::on()) trace::Line("callback", "HBBTV_LoadingNotification").arg("progress", progress).arg("url", url);
         m_server->HBBTV_LoadingNotification(progress, url);
     }
@@ -242,7 +310,8 @@ void ZR_HbbtvImplPrivate::HBBTV_LoadingNotification(int progress, const char* ur
 
 void ZR_HbbtvImplPrivate::HBBTV_BrowserDiedNotification()
 {
-    if (!_gotKilled) {
+    const HostCall call;
+    if (call) {
         if (trace::on()) trace::Line("callback", "HBBTV_BrowserDiedNotification");
         m_server->HBBTV_BrowserDiedNotification();
     }

@@ -33,6 +33,53 @@ namespace ZR_HBBTV_Core {
 class HbbtvBackendTVService;
 class ZR_HbbtvImplPrivate;
 
+// The calls into the host that are running, so that teardown can close the way to the host and
+// then wait until none is left: once deinit returns, the host may destroy its server. There is one
+// for the process, as the killed latch is one for the process.
+//
+// A thread that waits from inside its own call into the host (a host that de-initialises from one
+// of its callbacks) cannot wait for that call; nor for the calls of other threads that wait the
+// same way, since they wait for it in turn. Those calls are excused from the wait.
+class HostCallGate {
+public:
+    static HostCallGate& process();
+
+    // True when the way is open: the call may go ahead, and leave() follows it.
+    bool enter();
+    void leave();
+    // Refuses every later enter().
+    void close();
+    // Waits until every call that is not excused has left.
+    void drain();
+
+private:
+    HostCallGate();
+
+    Mutex m_mutex;
+    ThreadCondition m_left;
+    bool m_closed;
+    unsigned int m_running; // calls inside the host now
+    unsigned int m_excused; // of those, the calls of threads waiting in drain()
+};
+
+// One call into the host through the process's gate, for the object's lifetime.
+class HostCall {
+public:
+    HostCall() : m_entered(HostCallGate::process().enter()) {}
+    ~HostCall()
+    {
+        if (m_entered) {
+            HostCallGate::process().leave();
+        }
+    }
+    HostCall(const HostCall&) = delete;
+    HostCall& operator=(const HostCall&) = delete;
+    explicit operator bool() const { return m_entered; }
+
+private:
+    const bool m_entered;
+};
+
 class DeathNotifier : public android::IBinder::DeathRecipient {
 public:
     explicit DeathNotifier(ZR_HbbtvImplPrivate* owner) : m_owner(owner) {}

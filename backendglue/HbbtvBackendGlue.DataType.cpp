@@ -73,13 +73,11 @@ const char* convertBackendCommandToString(int command)
 // ---------------------------------------------------------------------------------------------
 // Class-level allocation.
 
+// A full region does not stop the middleware: the record comes from the heap, and the request
+// that carries it is refused before it reaches the host.
 void* ClassOperatorNewDelete::OperatorNew(size_t size)
 {
-    void* p = nullptr;
-    // A size that does not fit the allocator's 32-bit request is refused like any other.
-    if (size <= UINT32_MAX) {
-        p = ZR_HBBTV_Core::hbbtvBackendMalloc(static_cast<unsigned int>(size));
-    }
+    void* const p = ZR_HBBTV_Core::hbbtvBackendRecordMalloc(size);
     if (p == nullptr) {
         HbbtvBackendGlue_AssertFail(kSourceFile, __PRETTY_FUNCTION__, 26);
     }
@@ -88,9 +86,7 @@ void* ClassOperatorNewDelete::OperatorNew(size_t size)
 
 void ClassOperatorNewDelete::OperatorDel(void* p)
 {
-    if (p != nullptr) {
-        ZR_HBBTV_Core::hbbtvBackendMfree(p);
-    }
+    ZR_HBBTV_Core::hbbtvBackendRecordFree(p);
 }
 
 void* ClassOperatorNewDelete::OperatorArrayNew(size_t)

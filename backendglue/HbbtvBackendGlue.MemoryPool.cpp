@@ -62,6 +62,8 @@ unsigned char* g_backendRegion = nullptr; // set under the allocator's mutex (se
 std::atomic<shm_allocator*> g_processAllocator(nullptr);
 // Set to a thread's ThreadNodes once it holds a node; created with the process's allocator.
 pthread_key_t g_heldKey;
+// Threads that hold nodes now, at most kHoldingThreads.
+std::atomic<unsigned int> g_holdingThreads(0);
 
 template <typename T>
 struct AuxPool {
@@ -175,6 +177,7 @@ struct shm_allocator::ThreadNodes {
     unsigned int shardPlusOne; // 0 until the thread first allocates
     shm_allocator* owner;      // the allocator whose nodes the thread holds, once it holds any
     bool ended;                // the thread has ended: frees from later exit handlers are listed
+    bool refused;              // kHoldingThreads other threads held nodes when this one asked
     uint32_t heldBytes;
     // By node size / 8: the held node's index + 1, or 0.
     uint16_t held[kMaxHeldNode / 8 + 1];
@@ -259,8 +262,15 @@ shm_allocator::node_tag* shm_allocator::arena::takeHeld(ThreadNodes& mine, unsig
 
 bool shm_allocator::arena::mayHold(ThreadNodes& mine)
 {
-    // Only while half the region is still uncut, so that held nodes can never be what exhausts it.
-    if (m_nodeSize > kMaxHeldNode || m_owner.m_used.load(std::memory_order_relaxed) >= m_owner.m_capacity / 2) {
+    if (m_nodeSize > kMaxHeldNode) {
+        return false;
+    }
+    // Only while half the region is still uncut, so that held nodes can never be what exhausts it;
+    // past that, what the thread holds goes back to the lists, where every thread finds it.
+    if (m_owner.m_used.load(std::memory_order_relaxed) >= m_owner.m_capacity / 2) {
+        if (mine.heldBytes != 0 && mine.owner == &m_owner) {
+            m_owner.listHeld(mine);
+        }
         return false;
     }
     if (mine.owner != &m_owner && !m_owner.startHolding(mine)) {
@@ -287,7 +297,8 @@ void shm_allocator::arena::hold(ThreadNodes& mine, node_tag* node, std::atomic<u
 // A free node anywhere is reused before the region grows: the taker's shard first, then the
 // others. Kept out of line, so that taking a held node stays short.
 __attribute__((noinline)) shm_allocator::node_tag* shm_allocator::arena::takeListedOrFresh(unsigned int home,
-                                                                                          bool& fresh)
+                                                                                          bool& fresh,
+                                                                                          bool exhaustionIsFatal)
 {
     for (unsigned int i = 0; i < kShards; ++i) {
         node_tag* const node = takeFree((home + i) % kShards, home);
@@ -296,7 +307,11 @@ __attribute__((noinline)) shm_allocator::node_tag* shm_allocator::arena::takeLis
             return node;
         }
     }
-    node_tag* const node = static_cast<node_tag*>(m_owner._allocate(m_nodeSize));
+    node_tag* const node = static_cast<node_tag*>(exhaustionIsFatal ? m_owner._allocate(m_nodeSize)
+                                                                     : m_owner._allocateOrNull(m_nodeSize));
+    if (node == nullptr) {
+        return nullptr;
+    }
     node->init(static_cast<unsigned short>(m_nodeSize));
     m_made.fetch_add(1, std::memory_order_relaxed);
     {
@@ -307,22 +322,28 @@ __attribute__((noinline)) shm_allocator::node_tag* shm_allocator::arena::takeLis
     return node;
 }
 
-inline __attribute__((always_inline)) shm_allocator::node_tag* shm_allocator::arena::allocate(size_t nodeSize)
+inline __attribute__((always_inline)) shm_allocator::node_tag* shm_allocator::arena::allocate(size_t nodeSize,
+                                                                                                bool exhaustionIsFatal)
 {
+    // Named as the allocation path has always been named in its assertion lines.
+    static const char function[] = "ZR_HBBTV_Core::shm_allocator::node_tag* ZR_HBBTV_Core::shm_allocator::arena::allocate(size_t)";
     if (nodeSize % 8 != 0 || nodeSize != m_nodeSize) {
-        HbbtvBackendGlue_AssertFail(kSourceFile, __PRETTY_FUNCTION__, 64);
+        HbbtvBackendGlue_AssertFail(kSourceFile, function, 64);
     }
     ThreadNodes& mine = threadNodes();
     const unsigned int home = mine.shard();
     bool fresh = false;
     node_tag* node = takeHeld(mine, home);
     if (node == nullptr) {
-        node = takeListedOrFresh(home, fresh);
+        node = takeListedOrFresh(home, fresh, exhaustionIsFatal);
+        if (node == nullptr) {
+            return nullptr;
+        }
     }
     // A reused node's header and end mark are reused as they stand; the caller's bytes are not
     // cleared.
     if (node->isPolluted()) {
-        HbbtvBackendGlue_AssertFail(kSourceFile, __PRETTY_FUNCTION__, fresh ? 81 : 71);
+        HbbtvBackendGlue_AssertFail(kSourceFile, function, fresh ? 81 : 71);
     }
     unpoisonNode(node);
     return node;
@@ -467,12 +488,34 @@ shm_allocator::ThreadNodes& shm_allocator::threadNodes()
 
 __attribute__((noinline)) bool shm_allocator::startHolding(ThreadNodes& mine)
 {
-    if (mine.ended || mine.owner != nullptr || this != g_processAllocator.load(std::memory_order_acquire) ||
-        pthread_setspecific(g_heldKey, &mine) != 0) {
+    if (mine.ended || mine.refused || mine.owner != nullptr ||
+        this != g_processAllocator.load(std::memory_order_acquire)) {
+        return false;
+    }
+    if (g_holdingThreads.fetch_add(1, std::memory_order_relaxed) >= kHoldingThreads) {
+        g_holdingThreads.fetch_sub(1, std::memory_order_relaxed);
+        mine.refused = true;
+        return false;
+    }
+    if (pthread_setspecific(g_heldKey, &mine) != 0) {
+        g_holdingThreads.fetch_sub(1, std::memory_order_relaxed);
+        mine.refused = true;
         return false;
     }
     mine.owner = this;
     return true;
+}
+
+__attribute__((noinline)) void shm_allocator::listHeld(ThreadNodes& mine)
+{
+    for (size_t size = 8; size <= kMaxHeldNode; size += 8) {
+        if (mine.held[size / 8] != 0) {
+            m_arenaBySize[size / 8].load(std::memory_order_acquire)->keepFree(
+                mine.shard(), static_cast<uint16_t>(mine.held[size / 8] - 1));
+            mine.held[size / 8] = 0;
+        }
+    }
+    mine.heldBytes = 0;
 }
 
 void shm_allocator::giveBackHeld(void* threadNodes)
@@ -481,14 +524,10 @@ void shm_allocator::giveBackHeld(void* threadNodes)
     shm_allocator* const owner = mine.owner;
     mine.owner = nullptr;
     mine.ended = true;
-    for (size_t size = 8; size <= kMaxHeldNode; size += 8) {
-        if (mine.held[size / 8] != 0) {
-            owner->m_arenaBySize[size / 8].load(std::memory_order_acquire)->keepFree(
-                mine.shard(), static_cast<uint16_t>(mine.held[size / 8] - 1));
-            mine.held[size / 8] = 0;
-        }
+    if (owner != nullptr) {
+        owner->listHeld(mine);
+        g_holdingThreads.fetch_sub(1, std::memory_order_relaxed);
     }
-    mine.heldBytes = 0;
 }
 
 size_t shm_allocator::nodeSizeFor(size_t n)
@@ -503,6 +542,16 @@ size_t shm_allocator::highWater() const
 }
 
 void* shm_allocator::allocate(size_t n)
+{
+    return allocateNode(n, true);
+}
+
+void* shm_allocator::allocateOrNull(size_t n)
+{
+    return allocateNode(n, false);
+}
+
+inline __attribute__((always_inline)) void* shm_allocator::allocateNode(size_t n, bool exhaustionIsFatal)
 {
     if (n > kMaxRequest) {
         printf("[HbbtvBackendGlue.MemoryPool]: refused a request of %lu bytes, more than a node holds\n",
@@ -526,7 +575,14 @@ void* shm_allocator::allocate(size_t n)
             m_arenaBySize[nodeSize / 8].store(sized, std::memory_order_release);
         }
     }
-    return reinterpret_cast<unsigned char*>(sized->allocate(nodeSize)) + node_tag::headerSize();
+    node_tag* const node = sized->allocate(nodeSize, exhaustionIsFatal);
+    return node != nullptr ? reinterpret_cast<unsigned char*>(node) + node_tag::headerSize() : nullptr;
+}
+
+bool shm_allocator::contains(const void* p) const
+{
+    const unsigned char* const bytes = static_cast<const unsigned char*>(p);
+    return m_initialized.load(std::memory_order_acquire) && bytes >= m_start && bytes < m_start + m_capacity;
 }
 
 void shm_allocator::free(void* p)
@@ -562,11 +618,20 @@ void* shm_allocator::_allocate(size_t nodeSize)
     if (!m_initialized.load(std::memory_order_acquire)) {
         HbbtvBackendGlue_AssertFail(kSourceFile, __PRETTY_FUNCTION__, 185);
     }
+    void* const node = _allocateOrNull(nodeSize);
+    // Exhaustion is fatal on this path: there is no null return.
+    if (node == nullptr) {
+        HbbtvBackendGlue_AssertFail(kSourceFile, __PRETTY_FUNCTION__, 186);
+    }
+    return node;
+}
+
+void* shm_allocator::_allocateOrNull(size_t nodeSize)
+{
     uint32_t used = m_used.load(std::memory_order_relaxed);
     do {
-        // Exhaustion is fatal by design: there is no null return on this path.
         if (nodeSize > m_capacity - used) {
-            HbbtvBackendGlue_AssertFail(kSourceFile, __PRETTY_FUNCTION__, 186);
+            return nullptr;
         }
     } while (!m_used.compare_exchange_weak(used, static_cast<uint32_t>(used + nodeSize), std::memory_order_acq_rel,
                                            std::memory_order_relaxed));
@@ -630,6 +695,33 @@ void* hbbtvBackendMalloc(unsigned int n)
 void hbbtvBackendMfree(void* p)
 {
     getBackendMemAllocator()->free(p);
+}
+
+void* hbbtvBackendRecordMalloc(size_t n)
+{
+    if (n > shm_allocator::kMaxRequest) {
+        return nullptr;
+    }
+    void* const p = getBackendMemAllocator()->allocateOrNull(n);
+    return p != nullptr ? p : malloc(n == 0 ? 1 : n);
+}
+
+void hbbtvBackendRecordFree(void* p)
+{
+    if (p == nullptr) {
+        return;
+    }
+    shm_allocator* const allocator = getBackendMemAllocator();
+    if (allocator->contains(p)) {
+        allocator->free(p);
+    } else {
+        ::free(p);
+    }
+}
+
+bool hbbtvBackendInRegion(const void* p)
+{
+    return getBackendMemAllocator()->contains(p);
 }
 
 template <typename T>

@@ -18,9 +18,11 @@
 // allocator holds the node a thread freed last, one per node size, for that thread alone: taking
 // it back needs no lock. The held node is the newest free node of its size, so the thread takes
 // it only when its shard has no older one; a second free of the size moves the held node to the
-// shard's list first. That keeps each thread's reuse first-in first-out. A thread holds at most
-// kHeldBytes, nodes of at most kMaxHeldNode bytes, and none once half the region is cut into
-// nodes; its held nodes go to its shard when it ends.
+// shard's list first. That keeps each thread's reuse first-in first-out. At most kHoldingThreads
+// threads hold nodes, each at most kHeldBytes in nodes of at most kMaxHeldNode bytes, so held
+// nodes never take more than 64 KB of the region. None are held once half the region is cut
+// into nodes: from then on a thread gives back what it holds at its next allocate or free, and
+// its held nodes go to its shard when it ends.
 //
 // In AddressSanitizer builds a free node's bytes are poisoned, so that any read or write of a
 // freed record is reported where it happens.
@@ -68,6 +70,7 @@ public:
     static const unsigned int kShards = 4;
     static const size_t kMaxHeldNode = 12288;
     static const uint32_t kHeldBytes = 16384;
+    static const unsigned int kHoldingThreads = 4;
     // Nodes are named by their offset / 8 in the heap's bookkeeping; this names none.
     static const uint16_t kNoNode = 0xFFFF;
 
@@ -79,7 +82,8 @@ public:
     public:
         arena(shm_allocator& owner, size_t nodeSize);
 
-        node_tag* allocate(size_t nodeSize);
+        // Null only when the region is exhausted and exhaustion is not fatal.
+        node_tag* allocate(size_t nodeSize, bool exhaustionIsFatal);
         void free(node_tag* node);
         void dumpInfo();
 
@@ -99,7 +103,7 @@ public:
         // runs under it.
         void keepFree(unsigned int shard, uint16_t index);
         void appendFree(unsigned int shard, uint16_t index);
-        node_tag* takeListedOrFresh(unsigned int home, bool& fresh);
+        node_tag* takeListedOrFresh(unsigned int home, bool& fresh, bool exhaustionIsFatal);
         bool listFree(node_tag* node);
         // The node the thread holds of this size, in use from now on; null when it holds none or
         // its shard has older free nodes of the size.
@@ -128,8 +132,14 @@ public:
     // A block of at least n bytes (at least 1), 8-aligned, or null when not initialised or when
     // the request exceeds kMaxRequest.
     void* allocate(size_t n);
+    // As allocate, but null when the region is exhausted rather than fatal.
+    void* allocateOrNull(size_t n);
     void free(void* p);
     void* _allocate(size_t nodeSize);
+    // Fresh memory from the bump cursor, or null when the region has no room for the node.
+    void* _allocateOrNull(size_t nodeSize);
+    // Whether p points into the region's nodes.
+    bool contains(const void* p) const;
     void dumpInfo();
 
     // Bytes of the region cut into nodes so far: the most the region has ever held at once, since
@@ -173,6 +183,9 @@ private:
     // nodes for threads.
     static ThreadNodes& threadNodes();
     bool startHolding(ThreadNodes& mine);
+    // Lists every node the thread holds on its shard.
+    void listHeld(ThreadNodes& mine);
+    void* allocateNode(size_t n, bool exhaustionIsFatal);
 
 public:
     // Gives a thread's held nodes back to its shard's lists when the thread ends.
@@ -203,6 +216,12 @@ void backendMallocUninit();
 shm_allocator* getBackendMemAllocator();
 void* hbbtvBackendMalloc(unsigned int n);
 void hbbtvBackendMfree(void* p);
+// A record for the host: from the region, or, when the region is full, from the heap; such a
+// record never reaches the host (its request is refused), and hbbtvBackendRecordFree frees both.
+void* hbbtvBackendRecordMalloc(size_t n);
+void hbbtvBackendRecordFree(void* p);
+// Whether a record came from the region, where the host can be given it.
+bool hbbtvBackendInRegion(const void* p);
 
 // Maps "/hbbtvChannelList" once per pool kind; null when it cannot be opened or mapped.
 template <typename T>

@@ -10,6 +10,7 @@
 #include <cstring>
 #include <algorithm>
 #include <new>
+#include <string>
 #include <vector>
 
 #include "plx_str.h"
@@ -25,6 +26,8 @@ const double kBudgetBonusMs = 1000.0;
 
 // Set on the agent's own thread, where a request must never wait for the agent.
 thread_local bool t_onAgentThread = false;
+
+std::atomic<size_t> g_liveTasks(0);
 
 // Budgets are unsigned 32-bit milliseconds: truncate toward zero, never below 0 nor past the top.
 uint32_t toBudget(double milliseconds)
@@ -55,6 +58,7 @@ GetServiceTask::GetServiceTask(HbbtvCommandPayload* command, HbbtvServiceRequest
     if (sem_init(&m_sem, 0, 0) != 0) {
         HbbtvBackendGlue_AssertFail(kSourceFile, __PRETTY_FUNCTION__, 37);
     }
+    g_liveTasks.fetch_add(1, std::memory_order_relaxed);
 }
 
 GetServiceTask::~GetServiceTask()
@@ -62,6 +66,12 @@ GetServiceTask::~GetServiceTask()
     if (sem_destroy(&m_sem) != 0) {
         HbbtvBackendGlue_AssertFail(kSourceFile, __PRETTY_FUNCTION__, 43);
     }
+    g_liveTasks.fetch_sub(1, std::memory_order_relaxed);
+}
+
+size_t GetServiceTask::live()
+{
+    return g_liveTasks.load(std::memory_order_relaxed);
 }
 
 // Tasks and markers never reach the host, so they live on the heap: the shared region holds only
@@ -269,7 +279,7 @@ GetServiceTask* BackendServiceAgent::WaitingResponseTaskQueue::retriveWithTicket
 // The agent
 
 BackendServiceAgent::BackendServiceAgent()
-    : m_commandQueue(500), m_issuer(nullptr), m_started(false), m_logEnabled(false)
+    : m_commandQueue(500), m_issuer(nullptr), m_started(false), m_logEnabled(false), m_givenUpBytes(0)
 {
 }
 
@@ -437,16 +447,15 @@ void BackendServiceAgent::giveUp(GetServiceTask* task)
     std::vector<GivenUpRequest> evicted;
     {
         Locker<Mutex> lock(m_givenUpMutex);
-        m_givenUp.push_back(GivenUpRequest{task->ticket(), task->command()->command, false, {}, 0});
+        m_givenUp.push_back(GivenUpRequest{task->ticket(), task->command()->command, false, {}, 0, 0});
         while (m_givenUp.size() > kMaxGivenUpRequests) {
             evicted.push_back(m_givenUp.front());
+            m_givenUpBytes -= m_givenUp.front().bytes;
             m_givenUp.pop_front();
         }
     }
     for (const GivenUpRequest& old : evicted) {
-        printf("[BackendGlue_GetThreadService] Request never finished - %s, ticket:%u, its records are freed "
-               "after %u later time-outs\n",
-               convertBackendCommandToString(old.command), old.ticket, static_cast<unsigned>(kMaxGivenUpRequests));
+        logNeverFinished(old, "after " + std::to_string(kMaxGivenUpRequests) + " later time-outs");
         destroyRecords(old.records, old.count);
     }
     if (m_logEnabled) {
@@ -463,30 +472,64 @@ void BackendServiceAgent::holdGivenUpRecords(unsigned int ticket, const HostHeld
     if (count > 3) {
         HbbtvBackendGlue_AssertFail(kSourceFile, __PRETTY_FUNCTION__, __LINE__);
     }
+    size_t bytes = 0;
+    for (size_t i = 0; i < count; ++i) {
+        bytes += records[i].object != nullptr ? records[i].bytes : 0;
+    }
+    bool held = false;
+    std::vector<GivenUpRequest> evicted;
     {
         Locker<Mutex> lock(m_givenUpMutex);
         for (std::deque<GivenUpRequest>::reverse_iterator it = m_givenUp.rbegin(); it != m_givenUp.rend(); ++it) {
             if (it->ticket == ticket && !it->recordsHeld) {
                 std::copy(records, records + count, it->records);
                 it->count = count;
+                it->bytes = bytes;
                 it->recordsHeld = true;
-                return;
+                m_givenUpBytes += bytes;
+                held = true;
+                break;
             }
         }
+        // The oldest records go first; the ones just taken stay, since no request's records come
+        // near the bound on their own.
+        for (std::deque<GivenUpRequest>::iterator it = m_givenUp.begin();
+             m_givenUpBytes > kMaxGivenUpBytes && it != m_givenUp.end();) {
+            if (it->ticket == ticket || !it->recordsHeld) {
+                ++it;
+                continue;
+            }
+            evicted.push_back(*it);
+            m_givenUpBytes -= it->bytes;
+            it = m_givenUp.erase(it);
+        }
     }
-    // The host has reported the ticket finished meanwhile (or it was pushed out): nothing holds
-    // the records any more.
-    destroyRecords(records, count);
+    for (const GivenUpRequest& old : evicted) {
+        logNeverFinished(old, "to keep what waits for the host within " + std::to_string(kMaxGivenUpBytes) + " bytes");
+        destroyRecords(old.records, old.count);
+    }
+    if (!held) {
+        // The host has reported the ticket finished meanwhile (or it was pushed out): nothing
+        // holds the records any more.
+        destroyRecords(records, count);
+    }
+}
+
+void BackendServiceAgent::logNeverFinished(const GivenUpRequest& old, const std::string& why)
+{
+    printf("[BackendGlue_GetThreadService] Request never finished - %s, ticket:%u, its records are freed %s\n",
+           convertBackendCommandToString(old.command), old.ticket, why.c_str());
 }
 
 void BackendServiceAgent::releaseGivenUp(unsigned int ticket)
 {
-    GivenUpRequest finished{0, 0, false, {}, 0};
+    GivenUpRequest finished{0, 0, false, {}, 0, 0};
     {
         Locker<Mutex> lock(m_givenUpMutex);
         for (std::deque<GivenUpRequest>::iterator it = m_givenUp.begin(); it != m_givenUp.end(); ++it) {
             if (it->ticket == ticket) {
                 finished = *it;
+                m_givenUpBytes -= it->bytes;
                 m_givenUp.erase(it);
                 break;
             }
@@ -499,6 +542,12 @@ size_t BackendServiceAgent::givenUpRequests()
 {
     Locker<Mutex> lock(m_givenUpMutex);
     return m_givenUp.size();
+}
+
+size_t BackendServiceAgent::givenUpBytes()
+{
+    Locker<Mutex> lock(m_givenUpMutex);
+    return m_givenUpBytes;
 }
 
 void BackendServiceAgent::destroyRecords(const HostHeldRecord* records, size_t count)

@@ -14,8 +14,10 @@
 
 #include <atomic>
 #include <deque>
+#include <string>
 #include <vector>
 
+#include "HbbtvBackendGlue.MemoryPool.h"
 #include "HbbtvBackendGlue.Util.h"
 #include "HbbtvBackendRecords.h"
 
@@ -36,6 +38,8 @@ public:
     // A completion marker: the ticket the host reported finished, with no records.
     static GetServiceTask* createMarker(unsigned int ticket);
     static void destroy(GetServiceTask* task);
+    // Tasks and markers alive in the process: each request makes one and frees it.
+    static size_t live();
 
     unsigned int ticket() const { return m_ticket; }
     bool isMarker() const { return m_command == nullptr; }
@@ -119,16 +123,18 @@ public:
     virtual bool operator()(const HbbtvCommandPayload* payload, HbbtvServiceRequestAnswer* answer) = 0;
 };
 
-// A record that the host may still write after its request was given up, with what destroys it.
+// A record that the host may still write after its request was given up, with what destroys it
+// and the bytes of the region it takes.
 struct HostHeldRecord {
     void* object;
     void (*destroy)(void* object);
+    size_t bytes;
 };
 
 // A record with what destroys it as its own type.
 template <typename T> HostHeldRecord hostHeldRecord(T* record)
 {
-    return HostHeldRecord{record, [](void* object) { delete static_cast<T*>(object); }};
+    return HostHeldRecord{record, [](void* object) { delete static_cast<T*>(object); }, shm_allocator::nodeSizeFor(sizeof(T))};
 }
 
 // How a request ended for its requester.
@@ -166,9 +172,11 @@ public:
         GetServiceTask* retriveWithTicket(unsigned int ticket);
     };
 
-    // Given-up requests whose records are kept for the host, at most this many; past it the
-    // oldest are freed.
+    // Given-up requests whose records are kept for the host, at most this many, and their records
+    // at most this many bytes of the region; past either the oldest are freed. The bytes bound
+    // keeps a stalled host from filling the region with records nobody waits for.
     static const size_t kMaxGivenUpRequests = 256;
+    static const size_t kMaxGivenUpBytes = 65536;
 
     BackendServiceAgent();
     ~BackendServiceAgent();
@@ -187,12 +195,14 @@ public:
     BackendRequestResult request(HbbtvCommandPayload* payload, HbbtvServiceRequestAnswer* answer);
     // Reports that the request with this ticket is finished; returns at once.
     void response(unsigned int ticket);
-    // Takes the records of a request that request() reported given up. They are destroyed when
-    // the host reports the ticket finished (at once if it already has), or when more than
-    // kMaxGivenUpRequests requests wait for the host.
+    // Takes the records of a request that request() reported given up, by the ticket the request
+    // was made with (never as the payload says now: the host may have written it). They are
+    // destroyed when the host reports the ticket finished (at once if it already has), or, oldest
+    // first, when more than kMaxGivenUpRequests requests or kMaxGivenUpBytes bytes wait for the host.
     void holdGivenUpRecords(unsigned int ticket, const HostHeldRecord* records, size_t count);
-    // Given-up requests whose records are still kept for the host.
+    // Given-up requests whose records are still kept for the host, and the bytes those take.
     size_t givenUpRequests();
+    size_t givenUpBytes();
     // Gives up the waiting requests whose deadline has passed; returns the nearest deadline left.
     double releaseTimeoutRequests(double now);
 
@@ -203,6 +213,7 @@ private:
         bool recordsHeld;
         HostHeldRecord records[3];
         size_t count;
+        size_t bytes;
     };
 
     void handleCompletion(GetServiceTask* marker);
@@ -210,6 +221,7 @@ private:
     void giveUp(GetServiceTask* task);
     void releaseGivenUp(unsigned int ticket);
     static void destroyRecords(const HostHeldRecord* records, size_t count);
+    static void logNeverFinished(const GivenUpRequest& old, const std::string& why);
 
     CommandTaskQueue m_commandQueue;
     WaitingResponseTaskQueue m_waitingQueue;
@@ -218,6 +230,7 @@ private:
     bool m_logEnabled;
     Mutex m_givenUpMutex;
     std::deque<GivenUpRequest> m_givenUp;
+    size_t m_givenUpBytes; // of the records held in m_givenUp; under m_givenUpMutex
     std::vector<GetServiceTask*> m_expired; // the agent thread's, reused every cycle
 };
 

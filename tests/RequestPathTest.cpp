@@ -135,44 +135,87 @@ TEST(RequestPath, LateAnswerLandsInTheGivenUpRecordsAndFreesThem)
     EXPECT_EQ(usedBefore, hbbtv_test::usedSharedNodes());
 }
 
-TEST(RequestPath, GivenUpRecordsPastTheCapAreFreedOldestFirstWithALogLine)
+namespace {
+
+// Takes every request and never answers; it lowers each budget to nothing as it takes it, so that
+// each is given up in the agent's next cycle.
+struct SilentHost : ServiceRequestIssuer {
+    bool operator()(const HbbtvCommandPayload* payload, HbbtvServiceRequestAnswer*) override
+    {
+        const_cast<HbbtvCommandPayload*>(payload)->timeoutMs = 0;
+        return true;
+    }
+};
+
+std::vector<unsigned int> g_freedTickets;
+
+// Sends one request that is given up and hands its records to the agent, recording the ticket
+// when its payload is freed; with holdRecords false the requester never hands them over.
+unsigned int sendGivenUp(bool holdRecords = true)
 {
-    // Takes every request and never answers; it lowers each budget to nothing as it takes it, so
-    // that each is given up in the agent's next cycle.
-    struct SilentHost : ServiceRequestIssuer {
-        bool operator()(const HbbtvCommandPayload* payload, HbbtvServiceRequestAnswer*) override
-        {
-            const_cast<HbbtvCommandPayload*>(payload)->timeoutMs = 0;
-            return true;
-        }
-    } host;
+    static unsigned int tickets = 0;
+    std::unique_ptr<HbbtvServiceRequestAnswer> answer = HbbtvServiceRequestAnswer::create();
+    std::unique_ptr<HbbtvCommandPayload> payload(new HbbtvCommandPayload(TunerCommand_GetAVInfo));
+    const unsigned int ticket = payload->ticket = ++tickets;
+    EXPECT_EQ(RequestGivenUp, getServiceAgent()->request(payload.get(), answer.get()));
+    if (holdRecords) {
+        HostHeldRecord records[] = {hostHeldRecord(payload.release()), hostHeldRecord(answer.release())};
+        records[0].destroy = [](void* object) {
+            g_freedTickets.push_back(static_cast<HbbtvCommandPayload*>(object)->ticket);
+            delete static_cast<HbbtvCommandPayload*>(object);
+        };
+        getServiceAgent()->holdGivenUpRecords(ticket, records, 2);
+    }
+    return ticket;
+}
+
+std::vector<unsigned int> neverFinishedTickets(const std::string& out, const std::string& why)
+{
+    std::vector<unsigned int> tickets;
+    const std::string line = "[BackendGlue_GetThreadService] Request never finished - TunerCommand_GetAVInfo, ticket:";
+    for (size_t at = out.find(line); at != std::string::npos; at = out.find(line, at + 1)) {
+        const size_t end = out.find('\n', at);
+        EXPECT_NE(std::string::npos, out.substr(at, end - at).find(why)) << out.substr(at, end - at);
+        tickets.push_back(static_cast<unsigned int>(std::stoul(out.substr(at + line.size()))));
+    }
+    return tickets;
+}
+
+} // namespace
+
+TEST(RequestPath, GivenUpRecordsPastTheBoundsAreFreedOldestFirstWithALogLine)
+{
+    SilentHost host;
     getServiceAgent()->start(&host);
     const size_t usedBefore = hbbtv_test::usedSharedNodes();
+    const size_t perRequest = shm_allocator::nodeSizeFor(sizeof(HbbtvCommandPayload)) +
+                              shm_allocator::nodeSizeFor(sizeof(HbbtvServiceRequestAnswer));
+    const size_t fit = BackendServiceAgent::kMaxGivenUpBytes / perRequest;
 
-    const size_t cap = BackendServiceAgent::kMaxGivenUpRequests;
-    std::vector<std::thread> requesters;
-    std::atomic<unsigned int> nextToSend{0};
-    const std::string out = hbbtv_test::stdoutOf([&] {
-        for (int t = 0; t < 16; ++t) {
-            requesters.emplace_back([&] {
-                while (nextToSend++ < cap + 2) {
-                    hbbtv_test::sendRequest(20);
-                }
-            });
-        }
-        for (std::thread& requester : requesters) {
-            requester.join();
+    // By bytes: the oldest requests' records go, in order, so that the newest are kept.
+    std::string out = hbbtv_test::stdoutOf([&] {
+        for (size_t i = 0; i < fit + 3; ++i) {
+            sendGivenUp();
         }
     });
+    EXPECT_EQ((std::vector<unsigned int>{1, 2, 3}), g_freedTickets);
+    EXPECT_EQ((std::vector<unsigned int>{1, 2, 3}), neverFinishedTickets(out, "within 65536 bytes"));
+    EXPECT_EQ(fit, getServiceAgent()->givenUpRequests());
+    EXPECT_EQ(fit * perRequest, getServiceAgent()->givenUpBytes());
+    EXPECT_EQ(usedBefore + 2 * fit, hbbtv_test::usedSharedNodes());
+
+    // By count: requests whose records were never handed over take no bytes, and the oldest of
+    // all go once 256 wait.
+    const size_t cap = BackendServiceAgent::kMaxGivenUpRequests;
+    out = hbbtv_test::stdoutOf([&] {
+        for (size_t i = fit; i < cap + 2; ++i) {
+            sendGivenUp(false);
+        }
+    });
+    EXPECT_EQ((std::vector<unsigned int>{1, 2, 3, 4, 5}), g_freedTickets);
+    EXPECT_EQ((std::vector<unsigned int>{4, 5}), neverFinishedTickets(out, "after 256 later time-outs"));
     EXPECT_EQ(cap, getServiceAgent()->givenUpRequests());
-    size_t lines = 0;
-    for (size_t at = out.find("Request never finished - "); at != std::string::npos;
-         at = out.find("Request never finished - ", at + 1)) {
-        ++lines;
-    }
-    EXPECT_EQ(2u, lines);
-    // Each kept request holds its payload and answer: two blocks each, nothing else.
-    EXPECT_EQ(usedBefore + 2 * cap, hbbtv_test::usedSharedNodes());
+    EXPECT_EQ((fit - 2) * perRequest, getServiceAgent()->givenUpBytes());
 }
 
 TEST(RequestPath, RequestFromInsideTheHandOverIsRefusedAtOnce)
