@@ -1,8 +1,11 @@
 // The wrapper as the host sees it through the exported factory, before and without a browser.
+#include <dlfcn.h>
+
 #include <string>
 
 #include <gtest/gtest.h>
 
+#include "SimulatedHost.h"
 #include "ZR_HbbtvImplInterface.h"
 
 using ZR_HBBTV_Core::ZR_HbbtvImplInterface;
@@ -97,4 +100,27 @@ TEST(Wrapper, DestroyIgnoresNullAndForeignObjects)
     ForeignWrapper foreign(&destroyed);
     DestroyHbbtvWrapper(&foreign);
     EXPECT_FALSE(destroyed);
+}
+
+TEST(Wrapper, LibraryStaysLoadedWhenTheHostClosesItAfterDeinit)
+{
+    // The agent's thread and the allocator's thread-exit hook outlive deinit: a dlclose that
+    // unloaded their code would crash the middleware at their next wake-up.
+    void* const library = dlopen(HBBTV_LIBRARY_PATH, RTLD_NOW | RTLD_LOCAL);
+    ASSERT_NE(nullptr, library) << dlerror();
+    const auto create = reinterpret_cast<ZR_HbbtvImplInterface* (*)()>(dlsym(library, "CreateHbbtvWrapper"));
+    const auto destroy = reinterpret_cast<void (*)(ZR_HbbtvImplInterface*)>(dlsym(library, "DestroyHbbtvWrapper"));
+    ASSERT_TRUE(create != nullptr && destroy != nullptr);
+    hbbtv_sim::SimulatedHost host;
+    ZR_HbbtvImplInterface* const wrapper = create();
+    wrapper->init(&host);
+    wrapper->deinit();
+    destroy(wrapper);
+    EXPECT_EQ(0, dlclose(library));
+
+    void* const still = dlopen(HBBTV_LIBRARY_PATH, RTLD_NOW | RTLD_NOLOAD);
+    EXPECT_NE(nullptr, still) << "the library was unloaded under its own threads";
+    if (still != nullptr) {
+        dlclose(still);
+    }
 }
