@@ -152,6 +152,7 @@ BackendRequestResult HbbtvBackendTVService::sendToAgent(HbbtvCommandPayload* pay
     if (m_tornDown) {
         return RequestRefused;
     }
+    injectDelay("torn-down-check");
     drawn = ticket();
     payload->ticket = drawn;
     // Records kept for a host that does not answer are bounded, so this takes a host that leaks

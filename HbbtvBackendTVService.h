@@ -341,6 +341,7 @@ bool HbbtvBackendTVService::sendServiceRequest(std::unique_ptr<Payload>& payload
     if (outcome != RequestGivenUp) {
         return outcome == RequestAnswered;
     }
+    injectDelay("hold-records");
     // Kept by the ticket the request was made with: the host may have written another into the
     // payload, and its late answer must still find these records alive.
     const HostHeldRecord records[] = {

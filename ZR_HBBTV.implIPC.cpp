@@ -76,6 +76,7 @@ void ZR_HbbtvImpl::deinit()
     // Without the lifecycle lock: a call into the host that is still running may itself call
     // deinit or any other operation on its way out. Once this returns, the host may destroy its
     // server.
+    injectDelay("deinit");
     HostCallGate::process().drain();
     if (trace::on()) trace::flush();
 }

@@ -65,7 +65,12 @@ private:
 // One call into the host through the process's gate, for the object's lifetime.
 class HostCall {
 public:
-    HostCall() : m_entered(HostCallGate::process().enter()) {}
+    HostCall() : m_entered(HostCallGate::process().enter())
+    {
+        if (m_entered) {
+            injectDelay("host-call");
+        }
+    }
     ~HostCall()
     {
         if (m_entered) {

@@ -702,6 +702,7 @@ void* hbbtvBackendRecordMalloc(size_t n)
     if (n > shm_allocator::kMaxRequest) {
         return nullptr;
     }
+    injectDelay("region-allocate");
     void* const p = getBackendMemAllocator()->allocateOrNull(n);
     return p != nullptr ? p : malloc(n == 0 ? 1 : n);
 }
@@ -711,6 +712,7 @@ void hbbtvBackendRecordFree(void* p)
     if (p == nullptr) {
         return;
     }
+    injectDelay("region-free");
     shm_allocator* const allocator = getBackendMemAllocator();
     if (allocator->contains(p)) {
         allocator->free(p);

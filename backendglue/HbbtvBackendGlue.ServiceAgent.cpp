@@ -144,6 +144,7 @@ void BackendMessageQueue::append(GetServiceTask* task)
     if (task == nullptr) {
         HbbtvBackendGlue_AssertFail(kSourceFile, __PRETTY_FUNCTION__, 129);
     }
+    injectDelay("queue");
     Locker<Mutex> lock(m_mutex);
     m_tasks.push_back(task);
     m_condition.signal();
@@ -376,6 +377,7 @@ void BackendServiceAgent::handleCompletion(GetServiceTask* marker)
                              waiting->retAnswer()->valid ? "true" : "false");
     }
     if (trace::on()) trace::commandCompleted(*waiting->command(), waiting->ticket(), waiting->retAnswer()->valid != 0);
+    injectDelay("completion");
     // Exactly one post must be pending when the requester wakes.
     while (!waiting->hasBeenWaited()) {
         usleep(100);
@@ -463,6 +465,7 @@ void BackendServiceAgent::giveUp(GetServiceTask* task)
                              convertBackendCommandToString(task->command()->command), task->ticket());
     }
     if (trace::on()) trace::commandGivenUp(*task->command(), task->ticket());
+    injectDelay("give-up");
     task->markGivenUp();
     task->notifyServiceBack();
 }

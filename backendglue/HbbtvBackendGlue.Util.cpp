@@ -8,6 +8,12 @@
 #include <cstdlib>
 #include <ctime>
 
+#include <sched.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <random>
+
 namespace ZR_HBBTV_Core {
 
 namespace {
@@ -151,5 +157,34 @@ void ThreadCondition::broadcast()
         HbbtvBackendGlue_AssertFail(kSourceFile, __PRETTY_FUNCTION__, 135);
     }
 }
+
+#ifdef HBBTV_INJECT_DELAYS
+void injectDelay(const char* point)
+{
+    // Each thread draws from its own stream, numbered in the order threads first pass a point, so
+    // that one seed gives one schedule of pauses per thread.
+    static const unsigned long seed = [] {
+        const char* text = getenv("HBBTV_DELAY_SEED");
+        const unsigned long value = text != nullptr ? strtoul(text, nullptr, 10) : 1;
+        printf("[HbbTV-Delays] pauses at the named points, seed %lu\n", value);
+        return value;
+    }();
+    static std::atomic<unsigned long> threads(0);
+    thread_local std::minstd_rand draw(static_cast<unsigned int>(seed * 7919 + threads.fetch_add(1) + 1));
+    unsigned long mixed = draw();
+    for (const char* c = point; *c != '\0'; ++c) {
+        mixed = mixed * 31 + static_cast<unsigned char>(*c);
+    }
+    // One point in four pauses, for up to 300 us; a tenth of those yield instead, which on a busy
+    // machine can be the longer pause.
+    if (mixed % 4 == 0) {
+        if (mixed % 40 == 0) {
+            sched_yield();
+        } else {
+            usleep(static_cast<useconds_t>(mixed / 4 % 300));
+        }
+    }
+}
+#endif
 
 } // namespace ZR_HBBTV_Core

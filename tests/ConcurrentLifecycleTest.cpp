@@ -1,8 +1,16 @@
 // Host calls on other threads while the wrapper is de-initialised or initialised: a call either
 // is refused or runs on the manager it took, which stays alive and, once torn down, refuses
 // without reaching the browser or the host.
+#include <sys/mman.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <atomic>
 #include <chrono>
+#include <condition_variable>
+#include <cstdio>
+#include <cstring>
+#include <mutex>
 #include <string>
 #include <thread>
 #include <tuple>
@@ -10,6 +18,7 @@
 
 #include <gtest/gtest.h>
 
+#include "support/AssertDeath.h"
 #include "support/Television.h"
 #include "ZR_HBBTV.implIPC_p.h"
 
@@ -22,6 +31,105 @@ namespace {
 
 const milliseconds kWait(5000);
 const unsigned int kRed = 398; // reaches the browser as 403
+
+// A host that takes its server down once deinit has returned, as any host may: every call into it
+// from then on is counted. Its loading callback can be held inside, and may call deinit itself.
+class DepartingHost : public hbbtv_sim::SimulatedHost {
+public:
+    std::atomic<bool> gone{false};
+    std::atomic<int> callsAfterGone{0};
+    std::atomic<int> insideLoading{0};
+    std::atomic<bool> holdLoading{false};
+    std::atomic<bool> deinitFromLoading{false};
+    ZR_HBBTV_Core::ZR_HbbtvImplInterface* wrapper = nullptr;
+
+    void HBBTV_CommandHandler(void* command) override
+    {
+        arrive();
+        SimulatedHost::HBBTV_CommandHandler(command);
+    }
+    void HBBTV_ServiceRequestHandler(void* payload, void* answer) override
+    {
+        arrive();
+        SimulatedHost::HBBTV_ServiceRequestHandler(payload, answer);
+    }
+    void HBBTV_HeartBeatNotification() override
+    {
+        arrive();
+        SimulatedHost::HBBTV_HeartBeatNotification();
+    }
+    void HBBTV_LoadingNotification(int progress, const char* url) override
+    {
+        arrive();
+        ++insideLoading;
+        while (holdLoading) {
+            std::this_thread::sleep_for(milliseconds(1));
+        }
+        if (deinitFromLoading) {
+            wrapper->deinit();
+        }
+        SimulatedHost::HBBTV_LoadingNotification(progress, url);
+        --insideLoading;
+    }
+    void HBBTV_BrowserDiedNotification() override
+    {
+        arrive();
+        SimulatedHost::HBBTV_BrowserDiedNotification();
+    }
+    void HBBTV_ReportIsAnyAppRunning(bool running) override
+    {
+        arrive();
+        SimulatedHost::HBBTV_ReportIsAnyAppRunning(running);
+    }
+    void HBBTV_NotifyMultimediaAudioComponentDataChanged(const std::vector<HbbtvMultimediaComponentData>& components,
+                                                         int value) override
+    {
+        arrive();
+        SimulatedHost::HBBTV_NotifyMultimediaAudioComponentDataChanged(components, value);
+    }
+
+private:
+    void arrive()
+    {
+        if (gone) {
+            ++callsAfterGone;
+        }
+    }
+};
+
+// A television around a DepartingHost.
+struct DepartingTelevision {
+    DepartingHost host;
+    hbbtv_sim::SimulatedBrowser browser;
+    ZR_HBBTV_Core::ZR_HbbtvImplInterface* wrapper = CreateHbbtvWrapper();
+
+    DepartingTelevision()
+    {
+        host.wrapper = wrapper;
+        host.setWrapper(wrapper);
+        wrapper->init(&host);
+        EXPECT_TRUE(browser.publish());
+        EXPECT_TRUE(wrapper->launchBrowser());
+        EXPECT_TRUE(browser.registerClients());
+    }
+    ~DepartingTelevision()
+    {
+        host.setWrapper(nullptr);
+        DestroyHbbtvWrapper(wrapper);
+    }
+};
+
+bool waitFor(const std::function<bool()>& done)
+{
+    const auto end = std::chrono::steady_clock::now() + kWait;
+    while (!done()) {
+        if (std::chrono::steady_clock::now() > end) {
+            return false;
+        }
+        std::this_thread::sleep_for(milliseconds(1));
+    }
+    return true;
+}
 
 } // namespace
 
@@ -110,22 +218,77 @@ TEST(ConcurrentLifecycle, ATornDownManagerRefusesWhatTheWrapperForwards)
     EXPECT_TRUE(host.record().requests.empty());
 }
 
-TEST(ConcurrentLifecycle, HostCallsRacingInitAndDeinitAreAnsweredOrRefused)
+TEST(ConcurrentLifecycle, DeinitReturnsOnlyOnceNoCallIntoTheHostIsRunning)
 {
-    Television tv;
-    ZR_HBBTV_Core::ZR_HbbtvImplInterface* const wrapper = tv.wrapper;
-    const int kCycles = 2000;
-    const int kMaxPasses = 10000;
-    std::atomic<int> callersStarted(0);
-    std::atomic<int> cyclersDone(0);
+    DepartingTelevision tv;
+    tv.host.holdLoading = true;
+    std::thread browser([&] { tv.browser.notifyLoadStarted(2, "http://app.example/"); });
+    ASSERT_TRUE(waitFor([&] { return tv.host.insideLoading == 1; }));
 
-    // Each pass calls a spread of operations: on the bound manager at first, then on whatever
-    // the cycles leave.
+    std::atomic<bool> returned{false};
+    std::thread host([&] {
+        tv.wrapper->deinit();
+        returned = true;
+        tv.host.gone = true;
+    });
+    // Held inside the host's callback: deinit must not return meanwhile.
+    std::this_thread::sleep_for(milliseconds(100));
+    EXPECT_FALSE(returned);
+    tv.host.holdLoading = false;
+    host.join();
+    browser.join();
+    EXPECT_TRUE(returned);
+    EXPECT_EQ(0, tv.host.insideLoading);
+
+    // Nothing the browser does reaches the departed host.
+    tv.browser.notifyNewWindow(5);
+    tv.browser.notifyLoadStarted(3, "http://app.example/next");
+    tv.browser.notifyLoadComplete(3);
+    tv.browser.die();
+    EXPECT_EQ(0, tv.host.callsAfterGone);
+    EXPECT_EQ(1u, tv.host.record().loading.size());
+}
+
+TEST(ConcurrentLifecycle, DeinitFromInsideCallbacksOnTwoThreadsReturnsOnBoth)
+{
+    DepartingTelevision tv;
+    tv.host.holdLoading = true;
+    tv.host.deinitFromLoading = true;
+    std::atomic<int> returned{0};
+    std::vector<std::thread> browsers;
+    for (int load = 2; load < 4; ++load) {
+        browsers.emplace_back([&, load] {
+            tv.browser.notifyLoadStarted(load, "http://app.example/" + std::to_string(load));
+            ++returned;
+        });
+    }
+    ASSERT_TRUE(waitFor([&] { return tv.host.insideLoading == 2; }));
+    tv.host.holdLoading = false;
+    // Each waits for the other's call, which waits the same way: neither may wait for ever.
+    EXPECT_TRUE(waitFor([&] { return returned == 2; })) << "deinit called from inside callbacks deadlocked";
+    for (std::thread& thread : browsers) {
+        thread.join();
+    }
+    EXPECT_FALSE(tv.wrapper->isBrowserReady());
+}
+
+namespace {
+
+// One real init-deinit race, in a process of its own (the killed latch is the process's): callers
+// spread over the wrapper's operations, the browser reports windows, loads and components, and a
+// request waits on the host, while one thread de-initialises and re-initialises and another
+// initialises and de-initialises. Returns what went wrong, or nothing.
+std::string raceOnce(int cycle)
+{
+    DepartingTelevision tv;
+    ZR_HBBTV_Core::ZR_HbbtvImplInterface* const wrapper = tv.wrapper;
+    std::atomic<int> started(0);
+    std::atomic<bool> stop(false);
     auto caller = [&] {
         ZR_HBBTV_Core::AITApps apps;
         apps.count = 0;
         const HbbtvMultimediaComponentData component{"en", "audio", 1, false, 2, 3};
-        for (int pass = 0; pass < kMaxPasses && cyclersDone < 2; ++pass) {
+        for (int pass = 0; !stop; ++pass) {
             wrapper->keyClick(kRed);
             wrapper->toggleDigitalTeletext();
             wrapper->notifyChannelChanged(1, 2, 3);
@@ -146,47 +309,109 @@ TEST(ConcurrentLifecycle, HostCallsRacingInitAndDeinitAreAnsweredOrRefused)
             wrapper->forceReleaseMMResource();
             wrapper->notifySignalLost();
             if (pass == 0) {
-                ++callersStarted;
+                ++started;
             }
         }
     };
-    // Two threads cycle init and deinit in opposite phase, so that an init also meets a deinit.
-    // They start once every caller has made a pass on the bound manager.
-    auto cycler = [&](bool deinitFirst) {
-        while (callersStarted < 3) {
-            std::this_thread::yield();
-        }
-        for (int cycle = 0; cycle < kCycles; ++cycle) {
-            if (deinitFirst) {
-                wrapper->deinit();
-                wrapper->init(&tv.host);
-            } else {
-                wrapper->init(&tv.host);
-                wrapper->deinit();
+    auto browser = [&] {
+        const std::vector<MultimediaComponentData> components(1);
+        for (int load = 2; !stop; ++load) {
+            tv.browser.notifyNewWindow(load);
+            tv.browser.notifyLoadStarted(load, "http://app.example/");
+            tv.browser.notifyLoadProgress(load, 50);
+            tv.browser.notifyLoadComplete(load);
+            tv.browser.service()->mmClient()->notifyAudioComponentsChanged(components, load);
+            tv.browser.notifyWindowClosed(load);
+            if (load == 2) {
+                ++started;
             }
         }
-        ++cyclersDone;
+    };
+    auto requester = [&] {
+        NCOR::ChannelTunerData channel;
+        for (int round = 0; !stop; ++round) {
+            tv.browser.tvService()->getCurrentChannel(channel);
+            if (round == 0) {
+                ++started;
+            }
+        }
     };
     std::vector<std::thread> threads;
     for (int i = 0; i < 3; ++i) {
         threads.emplace_back(caller);
     }
-    threads.emplace_back(cycler, true);
-    threads.emplace_back(cycler, false);
+    threads.emplace_back(browser);
+    threads.emplace_back(requester);
+    while (started < 5) {
+        std::this_thread::yield();
+    }
+    // The race starts a little later in every cycle, so that the cycles meet the others at
+    // different points of their rounds.
+    std::this_thread::sleep_for(std::chrono::microseconds(cycle * 97 % 1000));
+    std::thread deinitFirst([&] {
+        wrapper->deinit();
+        tv.host.gone = true;
+        wrapper->init(&tv.host);
+    });
+    std::thread initFirst([&] {
+        wrapper->init(&tv.host);
+        wrapper->deinit();
+    });
+    deinitFirst.join();
+    initFirst.join();
+    std::this_thread::sleep_for(milliseconds(5));
+    stop = true;
     for (std::thread& thread : threads) {
         thread.join();
     }
-    // The bound manager's keys went out whole: each a press with an even id, then its release.
-    const std::vector<KeyEvent> events = tv.browser.service()->record().keyEvents;
-    EXPECT_GE(events.size(), 6u);
-    for (const KeyEvent& event : events) {
-        EXPECT_EQ(std::make_tuple(403, event.eventId % 2 == 0 ? 1 : 0), std::make_tuple(event.keyCode, event.pressed));
+    std::string failures;
+    if (tv.host.callsAfterGone != 0) {
+        failures += std::to_string(tv.host.callsAfterGone) + " calls into the host after deinit returned; ";
     }
-
+    // The bound manager's keys went out whole: each a press with an even id, then its release.
+    for (const KeyEvent& event : tv.browser.service()->record().keyEvents) {
+        if (event.keyCode != 403 || event.pressed != (event.eventId % 2 == 0 ? 1 : 0)) {
+            failures += "a key event " + std::to_string(event.eventId) + " out of its pair; ";
+        }
+    }
     wrapper->deinit();
-    EXPECT_FALSE(wrapper->keyClick(kRed));
-    EXPECT_EQ(0, wrapper->toggleDigitalTeletext());
-    EXPECT_EQ(0, wrapper->prepareCreateApplication());
-    EXPECT_FALSE(wrapper->isAppAlive(1));
-    EXPECT_EQ(nullptr, wrapper->setupEnvVar("A", "B"));
+    if (wrapper->keyClick(kRed) || wrapper->toggleDigitalTeletext() != 0 || wrapper->prepareCreateApplication() != 0 ||
+        wrapper->isAppAlive(1) || wrapper->setupEnvVar("A", "B") != nullptr) {
+        failures += "an operation answered after the last deinit; ";
+    }
+    return failures;
+}
+
+} // namespace
+
+TEST(ConcurrentLifecycle, HostCallsRacingInitAndDeinitAreAnsweredOrRefused)
+{
+    const int kCycles = 12;
+    for (int cycle = 0; cycle < kCycles; ++cycle) {
+        const std::string suffix = hbbtv_test::shmSuffix() + ".race" + std::to_string(cycle);
+        int pipeEnds[2];
+        ASSERT_EQ(0, pipe(pipeEnds));
+        const pid_t child = fork();
+        ASSERT_GE(child, 0);
+        if (child == 0) {
+            close(pipeEnds[0]);
+            setenv("HBBTV_SHM_SUFFIX", suffix.c_str(), 1);
+            const std::string failures = raceOnce(cycle);
+            const ssize_t written = write(pipeEnds[1], failures.data(), failures.size());
+            _exit(written == static_cast<ssize_t>(failures.size()) && failures.empty() ? 0 : 1);
+        }
+        close(pipeEnds[1]);
+        std::string failures;
+        char buffer[512];
+        for (ssize_t n; (n = read(pipeEnds[0], buffer, sizeof buffer)) > 0;) {
+            failures.append(buffer, static_cast<size_t>(n));
+        }
+        close(pipeEnds[0]);
+        int status = 0;
+        waitpid(child, &status, 0);
+        shm_unlink(("/hbbtv" + suffix).c_str());
+        shm_unlink(("/hbbtvChannelList" + suffix).c_str());
+        ASSERT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0)
+            << "cycle " << cycle << ": " << failures << " (status " << status << ")";
+    }
 }
