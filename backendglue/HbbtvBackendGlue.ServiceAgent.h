@@ -175,8 +175,8 @@ public:
     // Given-up requests whose records are kept for the host, at most this many, and their records
     // at most this many bytes of the region; past either the oldest are freed. The bytes bound
     // keeps a stalled host from filling the region with records nobody waits for.
-    static const size_t kMaxGivenUpRequests = 256;
-    static const size_t kMaxGivenUpBytes = 65536;
+    static constexpr size_t kMaxGivenUpRequests = 256;
+    static constexpr size_t kMaxGivenUpBytes = 65536;
 
     BackendServiceAgent();
     ~BackendServiceAgent();

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <mutex>
 #include <thread>
 #include <vector>
 
@@ -241,4 +242,140 @@ TEST(RequestPath, RequestFromInsideTheHandOverIsRefusedAtOnce)
     EXPECT_EQ(RequestRefused, issuer.nested);
     EXPECT_NE(std::string::npos,
         out.find("[BackendGlue_GetThreadService] Request refused - TunerCommand_GetAVInfo, ticket:99"));
+}
+
+namespace {
+
+// Takes every request and answers none in time (it lowers each budget to nothing), keeping the
+// records it was handed, as a host that answers late does. It may scribble over the ticket word.
+struct LateHost : ServiceRequestIssuer {
+    struct Taken {
+        HbbtvCommandPayload* payload;
+        HbbtvServiceRequestAnswer* answer;
+        unsigned int ticket;
+    };
+
+    bool operator()(const HbbtvCommandPayload* payload, HbbtvServiceRequestAnswer* answer) override
+    {
+        HbbtvCommandPayload* const written = const_cast<HbbtvCommandPayload*>(payload);
+        std::lock_guard<std::mutex> lock(mutex);
+        taken.push_back(Taken{written, answer, written->ticket});
+        if (rewriteTicket) {
+            written->ticket = 777777;
+        }
+        written->timeoutMs = 0;
+        return true;
+    }
+    void finishAll()
+    {
+        std::lock_guard<std::mutex> lock(mutex);
+        for (const Taken& request : taken) {
+            getServiceAgent()->response(request.ticket);
+        }
+    }
+
+    std::mutex mutex;
+    std::vector<Taken> taken;
+    bool rewriteTicket = false;
+};
+
+bool givenUpRecordsAllFreed()
+{
+    for (int i = 0; i < 200 && getServiceAgent()->givenUpRequests() != 0; ++i) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    return getServiceAgent()->givenUpRequests() == 0 && getServiceAgent()->givenUpBytes() == 0;
+}
+
+} // namespace
+
+TEST(RequestPath, AHostRewritingTheTicketOfAGivenUpRequestStillWritesIntoLiveRecords)
+{
+    LateHost host;
+    host.rewriteTicket = true;
+    getServiceAgent()->start(&host);
+    hbbtv_sim::SimulatedHost unused;
+    const android::sp<HbbtvBackendTVService> service = new HbbtvBackendTVService(&unused, nullptr);
+    NCOR::ChannelTunerData channel;
+    EXPECT_FALSE(service->getCurrentChannel(channel));
+    ASSERT_EQ(1u, host.taken.size());
+    EXPECT_EQ(777777u, host.taken[0].payload->ticket);
+
+    // Kept by the ticket drawn for the request, not by what the host wrote over it.
+    EXPECT_EQ(1u, getServiceAgent()->givenUpRequests());
+    EXPECT_EQ(shm_allocator::nodeSizeFor(sizeof(HbbtvCommandPayload)) +
+                  shm_allocator::nodeSizeFor(sizeof(HbbtvServiceRequestChannelInfoAnswer)),
+              getServiceAgent()->givenUpBytes());
+    // The late answer lands in live records (AddressSanitizer reports a write into freed ones);
+    // its completion, by the ticket the host was handed, frees them.
+    static_cast<HbbtvServiceRequestChannelInfoAnswer*>(host.taken[0].answer)->channelInfo.name = "late";
+    host.taken[0].answer->valid = 1;
+    host.finishAll();
+    EXPECT_TRUE(givenUpRecordsAllFreed());
+}
+
+TEST(RequestPath, TheWholeBinderPoolAskingForTheLargestRecordsOfAStalledHostNeverFillsTheRegion)
+{
+    LateHost host;
+    getServiceAgent()->start(&host);
+    hbbtv_sim::SimulatedHost unused;
+    const android::sp<HbbtvBackendTVService> service = new HbbtvBackendTVService(&unused, nullptr);
+    const int kThreads = 16;
+    const int kRounds = 8;
+    const std::string out = hbbtv_test::stdoutOf([&] {
+        std::vector<std::thread> binderThreads;
+        for (int t = 0; t < kThreads; ++t) {
+            binderThreads.emplace_back([&] {
+                std::vector<NCOR::AVComponentData*> components;
+                for (int round = 0; round < kRounds; ++round) {
+                    service->getAVComponents(NCOR::Broadcast::COMPONENT_TYPE_AUDIO, components);
+                }
+            });
+        }
+        for (std::thread& thread : binderThreads) {
+            thread.join();
+        }
+    });
+    EXPECT_EQ(static_cast<size_t>(kThreads * kRounds), host.taken.size());
+    EXPECT_EQ(0u, hbbtv_test::countOf(out, "the shared region is full"));
+    EXPECT_LE(getServiceAgent()->givenUpBytes(), BackendServiceAgent::kMaxGivenUpBytes);
+    // The region's worst case: every binder thread's records, what is kept, what threads hold.
+    const size_t request = shm_allocator::nodeSizeFor(sizeof(HbbtvCommandPayload)) +
+                           shm_allocator::nodeSizeFor(sizeof(HbbtvServiceRequestAVInfoAnswer));
+    EXPECT_LE(getBackendMemAllocator()->highWater(),
+              kThreads * request + BackendServiceAgent::kMaxGivenUpBytes +
+                  shm_allocator::kHoldingThreads * shm_allocator::kHeldBytes);
+    host.finishAll();
+    EXPECT_TRUE(givenUpRecordsAllFreed());
+}
+
+TEST(RequestPath, ARegionFullOfLeakedRecordsRefusesTheRequestInsteadOfAborting)
+{
+    hbbtv_test::HostIssuer host([](const HbbtvCommandPayload&) { return HostDecision(); });
+    getServiceAgent()->start(&host);
+    hbbtv_sim::SimulatedHost unused;
+    const android::sp<HbbtvBackendTVService> service = new HbbtvBackendTVService(&unused, nullptr);
+    NCOR::ChannelTunerData channel;
+    EXPECT_TRUE(service->getCurrentChannel(channel)); // its records' nodes are free from here on
+
+    // A host that leaks records: nothing of the region is left uncut.
+    std::vector<void*> leaked;
+    for (size_t size : {60000, 8000, 1000, 100, 1}) {
+        for (void* p; (p = getBackendMemAllocator()->allocateOrNull(size)) != nullptr;) {
+            leaked.push_back(p);
+        }
+    }
+    std::vector<NCOR::AVComponentData*> components;
+    const std::string out = hbbtv_test::stdoutOf(
+        [&] { service->getAVComponents(NCOR::Broadcast::COMPONENT_TYPE_AUDIO, components); });
+    EXPECT_TRUE(components.empty());
+    EXPECT_EQ(1, host.issued.load());
+    EXPECT_EQ(1u, hbbtv_test::countOf(out, "[BackendGlue_GetThreadService] Request refused - TunerCommand_GetAVInfo, "
+                                           "ticket:2, the shared region is full\n"));
+    // Records of sizes freed before still come from the region: that request goes to the host.
+    EXPECT_TRUE(service->getCurrentChannel(channel));
+    EXPECT_EQ(2, host.issued.load());
+    for (void* p : leaked) {
+        getBackendMemAllocator()->free(p);
+    }
 }

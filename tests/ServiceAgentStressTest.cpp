@@ -76,15 +76,19 @@ TEST(BackendServiceAgentStress, EveryRequesterWokenOnceWithItsOwnAnswer)
     EXPECT_EQ(4, givenUp.load());
 
     // Late completions (second answers, answers for other tickets) may still be on their way; once
-    // the agent has handled them, no task and no completion marker is left in the shared region.
+    // the agent has handled them, no task and no completion marker is left, and the records of
+    // the given-up requests are back in the region.
     size_t usedAfter = 0;
+    size_t tasksAfter = 0;
     for (int i = 0; i < 100; ++i) {
         hbbtv_test::sendRequest(TunerCommand_TuneTo);
         usedAfter = hbbtv_test::usedSharedNodes();
-        if (usedAfter == usedBefore) {
+        tasksAfter = GetServiceTask::live();
+        if (usedAfter == usedBefore && tasksAfter == 0) {
             break;
         }
         std::this_thread::sleep_for(std::chrono::milliseconds(20));
     }
     EXPECT_EQ(usedBefore, usedAfter);
+    EXPECT_EQ(0u, tasksAfter);
 }

@@ -70,17 +70,21 @@ TEST(BackendMessageQueue, WaitOrderOfKillTimeoutAndTasks)
     GetServiceTask::destroy(second.task);
 }
 
-TEST(BackendMessageQueue, DestructorFreesQueuedTasksWithoutWakingTheirRequesters)
+TEST(BackendMessageQueue, DestructorFreesQueuedTasksButNotTheirRecords)
 {
-    const size_t before = hbbtv_test::usedSharedNodes();
     std::unique_ptr<HbbtvCommandPayload> payload(new HbbtvCommandPayload(TunerCommand_TuneTo));
+    const size_t usedBefore = hbbtv_test::usedSharedNodes();
+    const size_t liveBefore = GetServiceTask::live();
     {
         BackendMessageQueue queue;
         queue.append(GetServiceTask::create(payload.get(), nullptr));
-        queue.append(GetServiceTask::create(payload.get(), nullptr));
+        queue.append(GetServiceTask::createMarker(7));
+        EXPECT_EQ(liveBefore + 2, GetServiceTask::live());
     }
-    // The payload stays with its owner; only the two tasks are gone.
-    EXPECT_EQ(before + 1, hbbtv_test::usedSharedNodes());
+    // The task and the marker are gone; the payload stays with its owner.
+    EXPECT_EQ(liveBefore, GetServiceTask::live());
+    EXPECT_EQ(usedBefore, hbbtv_test::usedSharedNodes());
+    EXPECT_EQ(TunerCommand_TuneTo, payload->command);
 }
 
 TEST(GetServiceTask, HasBeenWaitedDrainsOnePendingNotification)
