@@ -1,12 +1,15 @@
 // The application manager's operations through the wrapper, with the simulated host and browser:
 // AIT and applications, keys, windows and page loads, broadcast events, media components.
 #include <chrono>
+#include <functional>
 #include <string>
 #include <tuple>
 #include <vector>
 
+#include <binder/IServiceManager.h>
 #include <gtest/gtest.h>
 
+#include "HbbtvBackendTVService.h"
 #include "support/AssertDeath.h"
 #include "support/Television.h"
 #include "ZR_HBBTV.implIPC_p.h"
@@ -38,6 +41,22 @@ ZR_HBBTV_Core::AITApp application(uint32_t organisation, uint16_t id, const std:
     return app;
 }
 
+// The six fields both sides share, in their order.
+template <typename Component>
+std::tuple<std::string, std::string, uint32_t, bool, uint32_t, uint32_t> shared(const Component& c)
+{
+    return std::make_tuple(c.text1, c.text2, c.value1, c.flag, c.value2, c.value3);
+}
+
+// A browser whose windows cannot be created.
+class NoWindowBrowserService : public hbbtv_sim::SimulatedBrowserService {
+public:
+    android::sp<IWindow> createWindow(const std::string&, int, int, int, int, const YXTWindowSettings&) override
+    {
+        return nullptr;
+    }
+};
+
 } // namespace
 
 TEST(AppManager, AitBecomesOneDescriptionPerApplicationAndTransport)
@@ -45,7 +64,8 @@ TEST(AppManager, AitBecomesOneDescriptionPerApplicationAndTransport)
     Television tv;
     ZR_HBBTV_Core::AITApps apps;
     apps.apps.push_back(application(0x10, 7, "index.html", {{3, "http://a.example/"}, {1, "dvb://1.2.3.4/"}}));
-    apps.apps.push_back(application(0x11, 8, "x.html", {}));
+    apps.apps.push_back(application(0x11, 8, "x.html", {{3, "http://b.example/"}}));
+    apps.apps.push_back(application(0x12, 9, "none.html", {})); // no transport, no description
     apps.count = 42;
     EXPECT_TRUE(tv.wrapper->newAITNotification(9, apps));
 
@@ -54,9 +74,11 @@ TEST(AppManager, AitBecomesOneDescriptionPerApplicationAndTransport)
     EXPECT_EQ(9u, record.newAITs[0].aitVersion);
     EXPECT_EQ(42, record.newAITs[0].count);
     const std::vector<NCOR::AITApplicationDescriptorData>& descriptions = record.newAITs[0].applications;
-    ASSERT_EQ(2u, descriptions.size());
+    ASSERT_EQ(3u, descriptions.size());
     EXPECT_EQ("http://a.example/index.html", descriptions[0].getUrl());
     EXPECT_EQ("dvb://1.2.3.4/index.html", descriptions[1].getUrl());
+    EXPECT_EQ("http://b.example/x.html", descriptions[2].getUrl());
+    EXPECT_EQ(0x11u, descriptions[2].getOrgId());
     EXPECT_EQ(1u, descriptions[1].getProtocolId());
     EXPECT_EQ(0x10u, descriptions[0].getOrgId());
     EXPECT_EQ(7, descriptions[0].getAppId());
@@ -68,6 +90,16 @@ TEST(AppManager, AitBecomesOneDescriptionPerApplicationAndTransport)
     EXPECT_EQ(1, descriptions[0].getServiceBound());
     EXPECT_EQ(std::vector<std::string>{"http://a.example/"}, descriptions[0].getBoundaries());
 
+    // Called directly, the translation ignores its first argument: the same records, in order.
+    std::vector<NCOR::AITApplicationDescriptorData*> direct
+        = ZR_HBBTV_Core::HbbtvBackendTVService::AITApp2AITDescription(0xFFFF, apps);
+    ASSERT_EQ(3u, direct.size());
+    for (size_t i = 0; i < direct.size(); ++i) {
+        EXPECT_EQ(std::make_tuple(descriptions[i].getUrl(), descriptions[i].getOrgId(), descriptions[i].getAppId()),
+                  std::make_tuple(direct[i]->getUrl(), direct[i]->getOrgId(), direct[i]->getAppId()));
+        delete direct[i];
+    }
+
     tv.wrapper->noAITNotification(4);
     EXPECT_EQ(std::vector<unsigned short>{4}, tv.browser.aitSignallingClient()->record().noAITs);
 }
@@ -78,7 +110,6 @@ TEST(AppManager, AitWithoutTheBrowsersClientIsRefused)
     ZR_HBBTV_Core::AITApps apps;
     apps.count = 0;
     EXPECT_FALSE(tv.wrapper->newAITNotification(1, apps));
-    EXPECT_EQ("[ZR_HBBTV]: m_channelManagerClient is null\n", stdoutOf([&] { tv.wrapper->noAITNotification(1); }));
 }
 
 TEST(AppManager, UserApplicationsOpenAndCloseInWindows)
@@ -131,6 +162,30 @@ TEST(AppManager, UserAppCreatedUpdatesOnlyAnExistingEntry)
     manager->HBBTV_NotifyUserAppCreated(6, app + 100); // no such entry: nothing is added
     manager->closeUserCreatedApps();
     EXPECT_EQ(std::vector<int>{6}, browser.service()->record().openWindows);
+    manager->teardown();
+}
+
+TEST(AppManager, AnswerWithANegativeOddEventIdCountsAsAPress)
+{
+    hbbtv_sim::SimulatedHost host;
+    hbbtv_sim::SimulatedBrowser browser;
+    ASSERT_TRUE(browser.publish());
+    browser.service()->setKeyReply(KeyReply{false, false, 0}); // the test answers itself
+    const android::sp<ZR_HBBTV_Core::ZR_HbbtvImplPrivate> manager = new ZR_HBBTV_Core::ZR_HbbtvImplPrivate(&host);
+    ASSERT_TRUE(manager->launchBrowser());
+    ZR_HBBTV_Core::ZR_HbbtvImplPrivate::_keyID = 0xFFFFFFFEu; // the ids have come round to -2 and -1
+    ASSERT_TRUE(manager->keyClick(398));
+    const std::vector<KeyEvent> events = browser.service()->record().keyEvents;
+    ASSERT_EQ(2u, events.size());
+    EXPECT_EQ(std::make_pair(-2, -1), std::make_pair(events[0].eventId, events[1].eventId));
+    // -1 % 2 is -1: a press answer, stored and kept, so the key is still pending and a second
+    // answer finds its entry.
+    const std::string out = stdoutOf([&] {
+        manager->notifyKeyEventConsumed(-1, false);
+        manager->notifyKeyEventConsumed(-1, false);
+    });
+    EXPECT_EQ("", out);
+    EXPECT_FALSE(manager->IsKeyHandled());
     manager->teardown();
 }
 
@@ -206,9 +261,7 @@ TEST(AppManager, WindowsAndLoadsReachTheHost)
         progress.push_back(report.progress);
     }
     EXPECT_FALSE(tv.host.record().loading.back().hasUrl);
-    // A reload of a known id reports again; a load that reaches exactly 100 is done with it.
-    tv.browser.notifyLoadStarted(5, "http://page/again");
-    tv.browser.notifyLoadProgress(5, 40);
+    // A load that reaches exactly 100 is done with it.
     tv.browser.notifyLoadStarted(7, "http://seven/");
     tv.browser.notifyLoadProgress(7, 100);
     tv.browser.notifyLoadComplete(7);
@@ -216,8 +269,7 @@ TEST(AppManager, WindowsAndLoadsReachTheHost)
     for (size_t i = progress.size(); i < tv.host.record().loading.size(); ++i) {
         progress.push_back(tv.host.record().loading[i].progress);
     }
-    EXPECT_EQ((std::vector<int>{0, 50, 100, 100, 100, 0, 40, 0, 100}), progress);
-    EXPECT_EQ("http://page/again", tv.host.record().loading[6].url);
+    EXPECT_EQ((std::vector<int>{0, 50, 100, 100, 100, 0, 100}), progress);
 
     // Completing load 25 keeps the ten ids below it; completing an older one empties the tracker.
     for (int id = 10; id <= 25; ++id) {
@@ -297,6 +349,122 @@ TEST(AppManager, WithoutAChannelManagerTheTunerStopClosesWindows)
               "[ZR_HBBTV]: request close window: 3\n",
               out);
     EXPECT_TRUE(tv.browser.service()->record().openWindows.empty());
-    EXPECT_EQ("[ZR_HBBTV]: notifySignalLost(): m_channelManagerClient is null\n",
-              stdoutOf([&] { tv.wrapper->notifySignalLost(); }));
+}
+
+TEST(AppManager, MediaComponentsCrossBothWaysWithTheirSixSharedFields)
+{
+    Television tv;
+    MultimediaComponentData first; // the kind word and the trailing flag stay on the browser's side
+    first.kind = 9;
+    first.text1 = "deu";
+    first.text2 = "Stereo";
+    first.value1 = 1;
+    first.flag = true;
+    first.value2 = 0xFFFFFFFEu;
+    first.value3 = 3;
+    first.trailingFlag = true;
+    MultimediaComponentData second;
+    second.text1 = "eng";
+    second.value3 = 7;
+    ASSERT_TRUE(tv.browser.notifyAudioComponentsChanged({first, second}, 42));
+    ASSERT_TRUE(tv.browser.notifySubtitleComponentsChanged({}, -5)); // an empty list still reaches the host
+    const std::vector<hbbtv_sim::ComponentReport> reports = tv.host.record().components;
+    ASSERT_EQ(2u, reports.size());
+    EXPECT_EQ(std::make_tuple(true, 42), std::make_tuple(reports[0].audio, reports[0].value));
+    ASSERT_EQ(2u, reports[0].components.size());
+    EXPECT_EQ(shared(first), shared(reports[0].components[0]));
+    EXPECT_EQ(shared(second), shared(reports[0].components[1]));
+    EXPECT_EQ(std::make_tuple(false, -5, size_t(0)),
+              std::make_tuple(reports[1].audio, reports[1].value, reports[1].components.size()));
+
+    // The host's choice goes back with kind 1, no trailing flag, its own second value (not the
+    // preset one) and its third value again as the second argument.
+    const HbbtvMultimediaComponentData audio{"fra", "AD", 4, true, 5, 6};
+    const HbbtvMultimediaComponentData subtitle{"ita", "", 0, false, 0, 8};
+    tv.wrapper->selectMMAudioComponent(audio);
+    tv.wrapper->selectMMSubtitleComponent(subtitle);
+    tv.wrapper->forceReleaseMMResource();
+    const hbbtv_sim::BrowserServiceRecord browser = tv.browser.service()->record();
+    ASSERT_EQ(2u, browser.componentSelections.size());
+    const HbbtvMultimediaComponentData* const chosen[] = {&audio, &subtitle};
+    for (size_t i = 0; i < 2; ++i) {
+        const hbbtv_sim::ComponentSelection& selection = browser.componentSelections[i];
+        EXPECT_EQ(i == 0, selection.audio);
+        EXPECT_EQ(shared(*chosen[i]), shared(selection.component));
+        EXPECT_EQ(std::make_tuple(1, false, chosen[i]->value3),
+                  std::make_tuple(selection.component.kind, selection.component.trailingFlag, selection.value));
+    }
+    EXPECT_EQ(1u, browser.mmResourceReleases);
+}
+
+TEST(AppManager, EachLoadAnnouncesItsAddressAndReports100Once)
+{
+    Television tv;
+    tv.browser.notifyLoadStarted(2, "http://a.example/");
+    tv.browser.notifyInitialLayoutCompleted(2);
+    tv.browser.notifyLoadComplete(2); // done by the layout already
+    tv.browser.notifyLoadStarted(3, "http://b.example/");
+    tv.browser.notifyLoadComplete(3);
+    tv.browser.notifyLoadComplete(3);
+    tv.browser.notifyLoadProgress(3, 100);
+    tv.browser.notifyLoadStarted(3, "http://b.example/again"); // a reload of a known id starts over
+    tv.browser.notifyLoadProgress(3, 60);
+    tv.browser.notifyLoadComplete(3);
+
+    std::vector<std::pair<int, std::string>> reports;
+    for (const hbbtv_sim::LoadingReport& report : tv.host.record().loading) {
+        reports.emplace_back(report.progress, report.url);
+    }
+    EXPECT_EQ((std::vector<std::pair<int, std::string>>{{0, "http://a.example/"}, {100, "http://a.example/"},
+                                                         {0, "http://b.example/"}, {100, "http://b.example/"},
+                                                         {0, "http://b.example/again"}, {60, "http://b.example/again"},
+                                                         {100, "http://b.example/again"}}),
+              reports);
+    // Every start goes to the host as a new application, with its address.
+    std::vector<std::tuple<int, std::string, std::string>> requests;
+    for (const hbbtv_sim::ReceivedRequest& request : tv.host.record().requests) {
+        requests.emplace_back(request.command, request.strParam1, request.strParam2);
+    }
+    EXPECT_EQ((std::vector<std::tuple<int, std::string, std::string>>{{12, "http://a.example/", ""},
+                                                                      {12, "http://b.example/", ""},
+                                                                      {12, "http://b.example/again", ""}}),
+              requests);
+}
+
+// The manager's fixed console lines, one table for all; first the assertions, each in a child
+// process that has no TV service yet.
+TEST(AppManagerDeathTest, FixedConsoleLines)
+{
+    hbbtv_test::expectAssertFail([] { ZR_HBBTV_Core::HbbtvBackendTVService::instantiate(nullptr, nullptr); },
+                                 "HbbtvBackendTVService",
+                                 "ZR_HBBTV_Core::IssueSrviceRequest::IssueSrviceRequest(Hbbtv_TVServer*)", 29);
+    hbbtv_test::expectAssertFail(
+        [] {
+            android::defaultServiceManager()->addService(android::String16(hbbtv_sim::SimulatedBrowser::kServiceName),
+                                                         new NoWindowBrowserService);
+            hbbtv_sim::SimulatedHost host;
+            const android::sp<ZR_HBBTV_Core::ZR_HbbtvImplPrivate> manager
+                = new ZR_HBBTV_Core::ZR_HbbtvImplPrivate(&host);
+            manager->launchBrowser();
+            manager->createApplication(manager->prepareCreateApplication(), "http://app/", "");
+        },
+        "ZR_HBBTV.implIPC_p",
+        "int ZR_HBBTV_Core::ZR_HbbtvImplPrivate::createApplication(int, const string&, const string&)", 241);
+
+    Television tv(Television::BoundWithoutClients);
+    const std::string noChannelManager = "[ZR_HBBTV]: m_channelManagerClient is null\n";
+    const std::pair<std::function<void()>, std::string> lines[] = {
+        { [&] { tv.wrapper->noAITNotification(1); }, noChannelManager },
+        { [&] { tv.wrapper->notifyChannelChanged(1, 2, 3); }, noChannelManager },
+        { [&] { tv.wrapper->notifyProgrammeChanged(1, 2, 3); }, noChannelManager },
+        { [&] { tv.wrapper->notifyTunerPlundered(); },
+          "[ZR_HBBTV]: notifyTunerPlundered(): m_channelManagerClient is null\n" },
+        { [&] { tv.wrapper->notifySignalLost(); }, "[ZR_HBBTV]: notifySignalLost(): m_channelManagerClient is null\n" },
+        { [&] { tv.browser.notifyNewWindow(3); },
+          "[YXTClient]: virtual void ZR_HBBTV_Core::ZR_HbbtvImplPrivate::notifyNewWindow(int),322\n" },
+        { [&] { tv.browser.die(); }, "hbbtvBrowser is died!\n" },
+    };
+    for (const auto& line : lines) {
+        EXPECT_EQ(line.second, stdoutOf(line.first));
+    }
 }

@@ -1,6 +1,9 @@
 #include <cstring>
+#include <functional>
+#include <memory>
 #include <new>
 #include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -123,38 +126,44 @@ TEST(Payloads, DestructorWritesTheDefaultBudgetBack)
     getOperatorNewDel()->OperatorDel(block);
 }
 
+// The offsets of the bytes still non-zero in an answer created, as the library creates it, in a
+// block that an earlier answer of the same size left full of 0xAB. FIFO reuse hands that block to
+// the answer created next.
+template <typename Answer>
+std::vector<size_t> leftOversOf(const std::function<std::unique_ptr<Answer>()>& create)
+{
+    void* block = hbbtvBackendMalloc(static_cast<unsigned int>(sizeof(Answer)));
+    memset(block, 0xAB, sizeof(Answer));
+    hbbtvBackendMfree(block);
+    const std::unique_ptr<Answer> answer = create();
+    EXPECT_EQ(block, static_cast<void*>(answer.get()));
+    const unsigned char* bytes = reinterpret_cast<const unsigned char*>(answer.get());
+    std::vector<size_t> offsets;
+    for (size_t i = 0; i < sizeof(Answer); ++i) {
+        // Kept as they were: the padding after the two flags, and the last byte of each base
+        // text, behind the terminator that construction puts at byte 254.
+        if (bytes[i] != 0 && i != 2 && i != 3 && i != 12 + 255 && i != 272 + 255) {
+            offsets.push_back(i);
+        }
+    }
+    return offsets;
+}
+
 TEST(Answers, CreatedAnswersAreClearedEvenInReusedBlocks)
 {
-    // Dirty a block of each answer size and free it: FIFO reuse hands the same block to the
-    // answer created next, so whatever the answer does not clear would show.
-    auto dirtyBlock = [](size_t size) {
-        void* p = hbbtvBackendMalloc(static_cast<unsigned int>(size));
-        memset(p, 0xAB, size);
-        hbbtvBackendMfree(p);
-        return p;
-    };
-
-    void* avBlock = dirtyBlock(sizeof(HbbtvServiceRequestAVInfoAnswer));
-    std::unique_ptr<HbbtvServiceRequestAVInfoAnswer> av = HbbtvServiceRequestAVInfoAnswer::create();
-    ASSERT_EQ(avBlock, av.get());
-    const unsigned char* avBytes = reinterpret_cast<const unsigned char*>(av.get());
-    size_t nonZero = 0;
-    for (size_t i = 0; i < sizeof(HbbtvServiceRequestAVInfoAnswer); ++i) {
-        nonZero += avBytes[i] != 0;
-    }
-    EXPECT_EQ(0u, nonZero);
-
-    void* baseBlock = dirtyBlock(sizeof(HbbtvServiceRequestAnswer));
-    std::unique_ptr<HbbtvServiceRequestAnswer> base = HbbtvServiceRequestAnswer::create();
-    ASSERT_EQ(baseBlock, base.get());
-    EXPECT_EQ(0, base->valid);
-    EXPECT_EQ(0, base->flag);
-    EXPECT_EQ(0, base->intValue1);
-    EXPECT_EQ(0, base->intValue2);
-    EXPECT_EQ(0, reinterpret_cast<const char*>(base.get())[266]);
-    EXPECT_EQ(0, reinterpret_cast<const char*>(base.get())[526]);
-    EXPECT_EQ(0u, base->strValue1.length());
-    EXPECT_EQ(0u, base->strValue2.length());
+    const std::vector<size_t> none;
+    EXPECT_EQ(none, leftOversOf<HbbtvServiceRequestAnswer>(&HbbtvServiceRequestAnswer::create));
+    EXPECT_EQ(none, leftOversOf<HbbtvServiceRequestAVInfoAnswer>(&HbbtvServiceRequestAVInfoAnswer::create));
+    EXPECT_EQ(none, leftOversOf<HbbtvServiceRequestProgramInfoAnswer>(&HbbtvServiceRequestProgramInfoAnswer::create));
+    EXPECT_EQ(none, leftOversOf<HbbtvServiceRequestChannelInfoAnswer>([] {
+        return std::unique_ptr<HbbtvServiceRequestChannelInfoAnswer>(new HbbtvServiceRequestChannelInfoAnswer());
+    }));
+    EXPECT_EQ(none, leftOversOf<HbbtvServiceRequestDvbResourceMountAnswer>([] {
+        return std::unique_ptr<HbbtvServiceRequestDvbResourceMountAnswer>(new HbbtvServiceRequestDvbResourceMountAnswer());
+    }));
+    EXPECT_EQ(none, leftOversOf<HbbtvServiceRequestChannelsLineupAnswer>([] {
+        return std::unique_ptr<HbbtvServiceRequestChannelsLineupAnswer>(new HbbtvServiceRequestChannelsLineupAnswer());
+    }));
 }
 
 TEST(ClassAllocationDeathTest, ArraysAndRefusedAllocationsAbort)

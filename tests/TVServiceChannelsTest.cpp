@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstring>
+#include <functional>
 #include <thread>
 #include <tuple>
 
@@ -107,29 +108,39 @@ TEST_F(TVServiceChannels, TuneNamesTheChannelByNumbersUnlessOnlyItsTextIsKnown)
     }
 }
 
-TEST_F(TVServiceChannels, BindSendsNumbersAlwaysAndNeverOverlapsAWindowChange)
+TEST_F(TVServiceChannels, BindReleaseAndNewApplicationNeverOverlapAWindowChange)
 {
-    answer(TunerCommand_Bind2CurrentChannel, [](const HbbtvCommandPayload&, HbbtvServiceRequestAnswer& answer) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(150));
-        answer.valid = 1;
-        answer.intValue1 = NCOR::Broadcast::PLAY_ERROR_CANNOT_CHANGE_CHANNEL;
-    });
-
     NCOR::Broadcast::PlayStateError result = NCOR::Broadcast::PLAY_ERROR_UNDEFINED;
-    std::thread binder([&] { result = service().bindToCurrentChannel(channel(-1, -1, 4, "dvb://1.2.3")); });
-    ASSERT_TRUE(host().waitForRequests(1, std::chrono::seconds(5)));
-    // Taken while the bind waits for the host: must wait for the bind to finish.
-    service().setViewport(false, 1, 2, 3, 4);
-    binder.join();
+    const std::pair<int, std::function<void()>> held[] = {
+        { TunerCommand_Bind2CurrentChannel,
+            [&] { result = service().bindToCurrentChannel(channel(-1, -1, 4, "dvb://1.2.3")); } },
+        { VideoBroadcastElementEvent_ReleaseVideoControl, [&] { service().releaseVideo(); } },
+        { TunerCommand_StartNewApplication, [&] { service().notifyStartNewApp("http://app.example/"); } },
+    };
+    for (const auto& operation : held) {
+        answer(operation.first, [](const HbbtvCommandPayload&, HbbtvServiceRequestAnswer& answer) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(150));
+            answer.valid = 1;
+            answer.intValue1 = NCOR::Broadcast::PLAY_ERROR_CANNOT_CHANGE_CHANNEL;
+        });
+        host().clearRecord();
+        std::thread binder(operation.second);
+        ASSERT_TRUE(host().waitForRequests(1, std::chrono::seconds(5)));
+        // Taken while the operation waits for the host: must wait for it to finish.
+        service().setViewport(false, 1, 2, 3, 4);
+        binder.join();
 
+        const std::vector<ReceivedRequest> sent = requests();
+        ASSERT_EQ(2u, sent.size());
+        EXPECT_EQ(operation.first, sent[0].command);
+        EXPECT_EQ(DVBMediaPlayer_SetDisplayWindow, sent[1].command);
+        EXPECT_GE(sent[1].receivedAt - sent[0].receivedAt, std::chrono::milliseconds(140)) << operation.first;
+        if (operation.first == TunerCommand_Bind2CurrentChannel) { // always by numbers
+            EXPECT_EQ(std::make_tuple(0u, -1, -1, 4),
+                std::make_tuple(sent[0].byString, sent[0].channelID1, sent[0].channelID2, sent[0].channelID3));
+        }
+    }
     EXPECT_EQ(NCOR::Broadcast::PLAY_ERROR_CANNOT_CHANGE_CHANNEL, result);
-    const std::vector<ReceivedRequest> sent = requests();
-    ASSERT_EQ(2u, sent.size());
-    EXPECT_EQ(TunerCommand_Bind2CurrentChannel, sent[0].command);
-    EXPECT_EQ(std::make_tuple(0u, -1, -1, 4),
-        std::make_tuple(sent[0].byString, sent[0].channelID1, sent[0].channelID2, sent[0].channelID3));
-    EXPECT_EQ(DVBMediaPlayer_SetDisplayWindow, sent[1].command);
-    EXPECT_GE(sent[1].receivedAt - sent[0].receivedAt, std::chrono::milliseconds(140));
 }
 
 TEST_F(TVServiceChannels, CurrentChannelIsTranslatedFromTheHostRecord)

@@ -170,8 +170,13 @@ TEST_F(TVServiceComponents, UnansweredComponentRequestLeavesTheListAlone)
 
 TEST_F(TVServiceComponents, EncodingNamesAndTheSupportedProfiles)
 {
-    EXPECT_EQ(HbbtvAVComponentInfo::HEAAC, service().transformComponentEncodingString2Enum("HEAAC"));
-    EXPECT_EQ(HbbtvAVComponentInfo::AVC_HD_25, service().transformComponentEncodingString2Enum("heaac"));
+    const std::pair<std::string, int> encodings[] = { { "AVC_HD_25", 0 }, { "AVC_SD_25", 1 }, { "MPEG2_HD_25", 2 },
+        { "MPEG2_SD_25", 3 }, { "AVC_HD_30", 4 }, { "AVC_SD_30", 5 }, { "MPEG1_L3", 6 }, { "HEAAC", 7 }, { "WAV", 8 },
+        { "heaac", 0 }, { "", 0 } };
+    for (const std::pair<std::string, int>& encoding : encodings) {
+        EXPECT_EQ(encoding.second, static_cast<int>(service().transformComponentEncodingString2Enum(encoding.first)))
+            << encoding.first;
+    }
 
     // The device's profiles, exactly; asked twice, the record holds the list once.
     NCOR::AVProfileData profiles;

@@ -85,6 +85,22 @@ TEST_F(TVServiceConfiguration, ParentalThresholdIsAtLeastThreeUnlessNegative)
     EXPECT_FALSE(service().verifyParentalControlPIN("1234"));
 }
 
+TEST_F(TVServiceConfiguration, FourDigitTextsReadDigitsAndOnlyEverClearOk)
+{
+    // text, value, ok after a call that found it true
+    const std::tuple<std::string, int, bool> cases[] = { { "0042", 42, true }, { "9999", 9999, true },
+        { "", 0, false }, { "12a4", 124, false }, { "12345", 12345, false }, { "042", 42, false },
+        { "a", 0, false } };
+    for (const auto& c : cases) {
+        bool ok = true;
+        EXPECT_EQ(std::get<1>(c), service().StringToInt(std::get<0>(c), ok)) << std::get<0>(c);
+        EXPECT_EQ(std::get<2>(c), ok) << std::get<0>(c);
+    }
+    bool ok = false; // never set, only cleared
+    EXPECT_EQ(1234, service().StringToInt("1234", ok));
+    EXPECT_FALSE(ok);
+}
+
 TEST_F(TVServiceConfiguration, UnansweredConfigurationRequestsGiveTheirFailureValues)
 {
     neverAnswer(ConfigCommand_GetCountryID);
@@ -153,6 +169,10 @@ TEST_F(TVServiceConfiguration, FixedLogLines)
             + "HbbtvBackendTVService " + operation + " " + std::to_string(line)
             + "\e[0m\n\e[0;32;31m[ERR][HbbTV-SYS]m_channelManagerClient is null point\e[0m\n";
     };
+    const auto localSystem = [](const std::string& operation) {
+        return "\e[0;32;32m[MSG][OIPF-LocalSystem]" + operation + " pass in\e[0m\n\e[0;32;32m[MSG][OIPF-LocalSystem]"
+            + operation + " pass out\e[0m\n";
+    };
     const std::pair<std::function<void()>, std::string> lines[] = {
         { [&] { service().notifyConfigurationChanged(); }, notImplemented("notifyConfigurationChanged", 1930) },
         { [&] { service().notifyChannelAdded(channel); }, notImplemented("notifyChannelAdded", 1906) },
@@ -166,9 +186,10 @@ TEST_F(TVServiceConfiguration, FixedLogLines)
         { [&] { service().transformComponentEncodingString2Enum("heaac"); },
             "\e[0;32;31m[ERR][HbbTV-???]HbbtvBackendTVService transformComponentEncodingString2Enum 1402\e[0m\n"
             "\e[0;32;31m[ERR][HbbTV-???]Undefine Encoding Type:heaac\e[0m\n" },
-        { [&] { service().getModelName(text); },
-            "\e[0;32;32m[MSG][OIPF-LocalSystem]getModelName pass in\e[0m\n"
-            "\e[0;32;32m[MSG][OIPF-LocalSystem]getModelName pass out\e[0m\n" },
+        { [&] { service().getModelName(text); }, localSystem("getModelName") },
+        { [&] { service().getSoftwareVersion(text); }, localSystem("getSoftwareVersion") },
+        { [&] { service().getHardwareVersion(text); }, localSystem("getHardwareVersion") },
+        { [&] { service().getSerialNumber(text); }, localSystem("getSerialNumber") },
         { [&] { service().getAllProgrammesForChannel(channel, programmes); },
             "\e[0;32;32m[MSG][HbbTV-APM]getAllProgrammesForChannel pass in\e[0m\n"
             "\e[0;32;32m[MSG][HbbTV-APM]getAllProgrammesForChannel pass out\e[0m\n" },

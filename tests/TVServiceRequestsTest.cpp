@@ -79,6 +79,9 @@ TEST_F(TVServiceRequests, EachOperationSendsItsCommandParametersTextsAndBudget)
     tv.registerStreamEvent("dvb://1.2.3.4/events", "goal");
     tv.registerStreamEvent(longText, "half", true, 77);
     tv.unregisterStreamEvent("dvb://1.2.3.4/events", "goal");
+    tv.unregisterAllStreamEvents(); // sends nothing
+    EXPECT_EQ(0, tv.extraSDVideoDecodes());
+    EXPECT_EQ(0, tv.extraHDVideoDecodes());
     tv.getCountryId(text);
     tv.getPreferredSubtitleLanguage(text);
     tv.getPreferredAudioLanguage(text);

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include "support/ShortPauses.h"
 #include "support/TVServiceHarness.h"
 
 using namespace ZR_HBBTV_Core;
@@ -75,8 +76,23 @@ TEST_F(TVServiceStreamEvents, CarouselMountAnsweredAtOnceRefusedOrNotAskedWhenNo
     EXPECT_EQ(2u, requests().size());
 }
 
-TEST_F(TVServiceStreamEvents, CarouselMountRetriesUntilHbbtvStops)
+TEST_F(TVServiceStreamEvents, CarouselMountTriesFortyTimesEachWithItsMinuteUnlessHbbtvStops)
 {
+    // Never a mount point: forty attempts, each with the mount's budget again, then false.
+    answer(DSMCC_DVBURL_GetFile, [](const HbbtvCommandPayload&, HbbtvServiceRequestAnswer&) {});
+    std::string kept = "kept";
+    {
+        hbbtv_test::ShortPauses pauses;
+        EXPECT_FALSE(service().requestOCResourceMount(kCarouselUrl, kept));
+    }
+    EXPECT_EQ("kept", kept);
+    EXPECT_EQ(std::vector<Wire>(40, Wire(DSMCC_DVBURL_GetFile, 0x1044, 0, kCarouselUrl, "")), wires());
+    for (const hbbtv_sim::ReceivedRequest& attempt : requests()) {
+        EXPECT_GE(attempt.timeoutMs, 60000u); // the agent adds up to a second for its own cycle
+        EXPECT_LE(attempt.timeoutMs, 61000u);
+    }
+    host().clearRecord();
+
     // The first attempt comes back without a mount point; HbbTV stops before the second.
     ZR_HBBTV_Core::HbbtvBackendTVService* const tv = &service();
     answer(DSMCC_DVBURL_GetFile,
