@@ -20,10 +20,38 @@ OperationRow& rowFor(std::vector<OperationRow>& rows, const std::string& name)
     return rows.back();
 }
 
-void count(OperationRow& row, bool failed)
+void count(OperationRow& row, bool failed, unsigned scope)
 {
     ++row.requests;
     ++(failed ? row.failed : row.passed);
+    row.scope |= scope;
+}
+
+// Text for XML attributes and content: the five markup characters as entities, control characters
+// (which XML 1.0 cannot carry) as '?', line breaks kept as character references.
+std::string escapeXml(const std::string& text)
+{
+    std::string out;
+    for (const char c : text) {
+        switch (c) {
+        case '&': out += "&amp;"; break;
+        case '<': out += "&lt;"; break;
+        case '>': out += "&gt;"; break;
+        case '"': out += "&quot;"; break;
+        case '\'': out += "&apos;"; break;
+        case '\n': out += "&#10;"; break;
+        case '\t': out += "&#9;"; break;
+        default: out += static_cast<unsigned char>(c) < 0x20 ? '?' : c;
+        }
+    }
+    return out;
+}
+
+std::string seconds(double value)
+{
+    char text[32];
+    snprintf(text, sizeof(text), "%.3f", value);
+    return text;
 }
 
 } // namespace
@@ -45,7 +73,7 @@ Report buildReport(const std::vector<std::string>& operations, const std::vector
     };
     for (const RequestRecord& request : requests) {
         OperationRow& row = rowFor(report.rows, request.operation.empty() ? kTeardown : request.operation);
-        count(row, !request.findings.empty());
+        count(row, !request.findings.empty(), kRequestRule);
         if (request.answerMs >= 0 && !request.givenUp) {
             timesFor(row).push_back(request.answerMs);
         }
@@ -58,14 +86,14 @@ Report buildReport(const std::vector<std::string>& operations, const std::vector
     }
     for (const CallbackRecord& callback : callbacks) {
         OperationRow& row = rowFor(report.rows, callback.operation.empty() ? kTeardown : callback.operation);
-        count(row, !callback.findings.empty());
+        count(row, !callback.findings.empty(), kCallbackRule);
         timesFor(row).push_back(callback.ms);
         for (const Finding& finding : callback.findings) {
             row.findings.push_back(ReportedFinding { finding.rule, finding.text });
         }
     }
     OperationRow& teardown = rowFor(report.rows, kTeardown);
-    count(teardown, !afterDeinit.empty());
+    count(teardown, !afterDeinit.empty(), kTeardownRule);
     for (const Finding& finding : afterDeinit) {
         teardown.findings.push_back(ReportedFinding { finding.rule, finding.text });
     }
@@ -120,6 +148,44 @@ nlohmann::json reportJson(const Report& report)
     }
     return { { "operations", rows }, { "requests", report.requests }, { "failed", report.failed },
         { "passed", report.passed() }, { "verdict", verdictLine(report) } };
+}
+
+std::string junitReport(const Report& report)
+{
+    std::string suites;
+    size_t tests = 0;
+    size_t failures = 0;
+    double total = 0;
+    for (const OperationRow& row : report.rows) {
+        std::string cases;
+        size_t rowTests = 0;
+        size_t rowFailures = 0;
+        for (const Rule& rule : rules()) {
+            std::string failed;
+            for (const ReportedFinding& finding : row.findings) {
+                if (finding.rule == rule.id) {
+                    failed += "      <failure type=\"" + std::string(rule.id) + "\" message=\"" + escapeXml(finding.text)
+                        + "\">" + escapeXml(finding.text + "\nrule " + rule.id + ": " + rule.demand) + "</failure>\n";
+                }
+            }
+            if ((rule.scope & row.scope) == 0 && failed.empty()) {
+                continue;
+            }
+            ++rowTests;
+            rowFailures += failed.empty() ? 0 : 1;
+            cases += "    <testcase name=\"" + std::string(rule.id) + "\" classname=\"hbbtv-host-check." + escapeXml(row.name)
+                + "\" time=\"0.000\"" + (failed.empty() ? "/>\n" : ">\n" + failed + "    </testcase>\n");
+        }
+        suites += "  <testsuite name=\"" + escapeXml(row.name) + "\" tests=\"" + std::to_string(rowTests)
+            + "\" failures=\"" + std::to_string(rowFailures) + "\" errors=\"0\" skipped=\"0\" time=\""
+            + seconds(row.seconds) + "\">\n" + cases + "  </testsuite>\n";
+        tests += rowTests;
+        failures += rowFailures;
+        total += row.seconds;
+    }
+    return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<testsuites name=\"hbbtv-host-check\" tests=\""
+        + std::to_string(tests) + "\" failures=\"" + std::to_string(failures) + "\" errors=\"0\" time=\""
+        + seconds(total) + "\">\n" + suites + "</testsuites>\n";
 }
 
 } // namespace hbbtv_hostcheck
