@@ -15,6 +15,7 @@
 #include <nlohmann/json.hpp>
 
 #include "TraceEventFile.h"
+#include "TracePairing.h"
 #include "TraceTimelinePage.h"
 
 using nlohmann::json;
@@ -45,6 +46,13 @@ double percentile(std::vector<double> values, double fraction)
     return values[rank - 1];
 }
 
+// A numeric field, 0 where the line lacks it or holds something else there.
+double numberOf(const json& line, const char* key)
+{
+    const auto found = line.find(key);
+    return found != line.end() && found->is_number() ? found->get<double>() : 0.0;
+}
+
 struct CommandFigures {
     unsigned issued = 0;
     unsigned timeouts = 0;
@@ -58,16 +66,15 @@ void printSummary(const json& lines)
     uint64_t dropped = 0;
     for (const json& line : lines) {
         const std::string kind = line.value("kind", "");
-        const std::string name = line["name"].is_string() ? line["name"].get<std::string>()
-                                                          : "command " + std::to_string(line.value("command", -1));
+        const std::string name = hbbtv_trace::nameOf(line);
         if (kind == "command") {
             ++commands[name].issued;
         } else if (kind == "completed") {
-            commands[name].answerMs.push_back(line.value("us", 0.0) / 1000.0);
+            commands[name].answerMs.push_back(numberOf(line, "us") / 1000.0);
         } else if (kind == "timeout") {
             ++commands[name].timeouts;
         } else if (kind == "dropped") {
-            dropped += line.value("count", 0u);
+            dropped += static_cast<uint64_t>(numberOf(line, "count"));
         } else if (kind != "answer" && kind != "hostdata") { // records, not crossings
             ++crossings[kind][name];
         }
@@ -76,7 +83,7 @@ void printSummary(const json& lines)
     uint64_t last = 0;
     size_t numbered = 0;
     for (const json& line : lines) {
-        const uint64_t t = line.value("t", uint64_t(0));
+        const uint64_t t = static_cast<uint64_t>(std::max<int64_t>(hbbtv_trace::timeOf(line), 0));
         first = std::min(first, t);
         last = std::max(last, t);
         numbered += line.contains("seq") ? 1 : 0;

@@ -114,7 +114,7 @@ Pairing pairLines(const nlohmann::json& lines)
             CommandSpan& span = pairing.commands[inFlight[ticket]];
             span.outcome = i;
             span.timedOut = kind == "timeout";
-            span.end = t;
+            span.end = std::max(t, span.start); // a clock that stepped back must not make a span run backwards
             inFlight.erase(ticket);
         } else if (kind == "request" && hasThread) {
             pairing.requests.push_back(RequestSpan { i, kNoLine, {}, t, t });
@@ -124,13 +124,13 @@ Pairing pairLines(const nlohmann::json& lines)
             // The requesting thread reads the answer: the command was made for its request.
             RequestSpan& request = pairing.requests[openRequests[thread]];
             request.commands.push_back(latest[ticket]);
-            request.end = t;
+            request.end = std::max(t, request.start);
             claimed[latest[ticket]] = true;
         } else if (kind == "reply" && hasThread && openRequests.count(thread) != 0) {
             RequestSpan& request = pairing.requests[openRequests[thread]];
             if (nameOf(lines[request.request]) == nameOf(line)) {
                 request.reply = i;
-                request.end = t;
+                request.end = std::max(t, request.start);
                 openRequests.erase(thread);
             }
         }
