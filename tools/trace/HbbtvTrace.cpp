@@ -193,7 +193,8 @@ int main(int argc, char** argv)
         const std::string& path;
         const char* what;
         std::string (*write)(const json&, const std::string&);
-    } outputs[] = { { page, "timeline", hbbtv_trace::timelinePage }, { perfetto, "trace events", hbbtv_trace::traceEventFile } };
+    } outputs[] = { { page, "timeline", hbbtv_trace::timelinePage },
+        { perfetto, "trace events", hbbtv_trace::traceEventFile } };
     for (const auto& output : outputs) {
         if (output.path.empty()) {
             continue;

@@ -92,11 +92,11 @@ Event fields(const nlohmann::json& line)
     return args;
 }
 
-Event slice(const std::string& name, const std::string& category, int64_t ts, int64_t dur, Lane lane, int tid,
-    Event args)
+Event slice(
+    const std::string& name, const std::string& category, int64_t ts, int64_t dur, Lane lane, int tid, Event args)
 {
-    return { { "ph", "X" }, { "name", name }, { "cat", category }, { "ts", ts }, { "dur", dur },
-        { "pid", pidOf(lane) }, { "tid", tid }, { "args", std::move(args) } };
+    return { { "ph", "X" }, { "name", name }, { "cat", category }, { "ts", ts }, { "dur", dur }, { "pid", pidOf(lane) },
+        { "tid", tid }, { "args", std::move(args) } };
 }
 
 // Binds the slices of one chain with one id: the first starts the arrow, the last ends it, those
@@ -151,13 +151,13 @@ std::string traceEventFile(const nlohmann::json& lines, const std::string& sourc
         const int tid = threadsOf(Lane::library).place(span->start, span->end);
         std::vector<size_t>& chain = commandChains[static_cast<size_t>(span - pairing.commands.data())];
         chain.push_back(events.size());
-        events.push_back(slice(name + (span->timedOut ? " (timed out)" : span->outcome == kNoLine ? " (unanswered)" : ""),
-            span->timedOut ? "command,timed out" : "command", span->start - t0, span->end - span->start, Lane::library,
-            tid, std::move(args)));
+        const char* const state = span->timedOut ? " (timed out)" : span->outcome == kNoLine ? " (unanswered)" : "";
+        events.push_back(slice(name + state, span->timedOut ? "command,timed out" : "command", span->start - t0,
+            span->end - span->start, Lane::library, tid, std::move(args)));
         if (span->outcome != kNoLine && !span->timedOut) {
             chain.push_back(events.size());
-            events.push_back(slice(name + " completed", "completion", span->end - t0, 0, Lane::host,
-                pidOf(Lane::host), fields(lines[span->outcome])));
+            events.push_back(slice(name + " completed", "completion", span->end - t0, 0, Lane::host, pidOf(Lane::host),
+                fields(lines[span->outcome])));
         }
     }
 
@@ -189,8 +189,8 @@ std::string traceEventFile(const nlohmann::json& lines, const std::string& sourc
         }
         if (request->reply != kNoLine) {
             chain.push_back(events.size());
-            events.push_back(slice("reply " + name, "reply", request->end - t0, 0, Lane::browser, tid,
-                fields(lines[request->reply])));
+            events.push_back(slice(
+                "reply " + name, "reply", request->end - t0, 0, Lane::browser, tid, fields(lines[request->reply])));
         }
         chains.push_back(std::move(chain));
     }
@@ -215,8 +215,9 @@ std::string traceEventFile(const nlohmann::json& lines, const std::string& sourc
     // Viewers sort by time themselves; in time order, the longer of two slices that start together
     // first, the file reads as the timeline does.
     std::stable_sort(events.begin(), events.end(), [](const Event& a, const Event& b) {
-        return a["ts"].get<int64_t>() != b["ts"].get<int64_t>() ? a["ts"].get<int64_t>() < b["ts"].get<int64_t>()
-                                                                : a.value("dur", int64_t(0)) > b.value("dur", int64_t(0));
+        const int64_t at = a["ts"].get<int64_t>();
+        const int64_t bt = b["ts"].get<int64_t>();
+        return at != bt ? at < bt : a.value("dur", int64_t(0)) > b.value("dur", int64_t(0));
     });
     std::vector<Event> named;
     for (const Threads& lane : threads) {
@@ -229,8 +230,8 @@ std::string traceEventFile(const nlohmann::json& lines, const std::string& sourc
     }
     Event other = { { "source", source }, { "tool", "hbbtv-trace" } };
     plainText(other);
-    text += "],\n\"displayTimeUnit\":\"ms\",\n\"otherData\":" + other.dump(-1, ' ', false, Event::error_handler_t::replace)
-        + "}\n";
+    text += "],\n\"displayTimeUnit\":\"ms\",\n\"otherData\":"
+        + other.dump(-1, ' ', false, Event::error_handler_t::replace) + "}\n";
     return text;
 }
 

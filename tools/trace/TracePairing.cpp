@@ -46,9 +46,12 @@ bool unsignedField(const nlohmann::json& line, const char* key, uint64_t& value)
 const char* laneName(Lane lane)
 {
     switch (lane) {
-    case Lane::host: return "host";
-    case Lane::library: return "library";
-    case Lane::browser: return "browser";
+    case Lane::host:
+        return "host";
+    case Lane::library:
+        return "library";
+    case Lane::browser:
+        return "browser";
     }
     return "library";
 }
@@ -94,10 +97,10 @@ Pairing pairLines(const nlohmann::json& lines)
     for (const nlohmann::json& line : lines) {
         last = std::max(last, timeOf(line));
     }
-    std::map<uint64_t, size_t> inFlight;     // ticket -> command awaiting its outcome
-    std::map<uint64_t, size_t> latest;       // ticket -> its latest command
+    std::map<uint64_t, size_t> inFlight; // ticket -> command awaiting its outcome
+    std::map<uint64_t, size_t> latest; // ticket -> its latest command
     std::map<uint64_t, size_t> openRequests; // thread -> the request it waits in
-    std::vector<bool> claimed;               // a command joined to a request already
+    std::vector<bool> claimed; // a command joined to a request already
     for (size_t i = 0; i < lines.size(); ++i) {
         const nlohmann::json& line = lines[i];
         const std::string kind = line.value("kind", "");

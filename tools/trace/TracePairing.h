@@ -30,7 +30,7 @@ nlohmann::json routesJson();
 const size_t kNoLine = static_cast<size_t>(-1);
 
 struct CommandSpan {
-    size_t handOver = 0;      // the "command" line
+    size_t handOver = 0; // the "command" line
     size_t outcome = kNoLine; // its "completed" or "timeout" line, if the trace has it
     bool timedOut = false;
     int64_t start = 0;
@@ -38,7 +38,7 @@ struct CommandSpan {
 };
 
 struct RequestSpan {
-    size_t request = 0;     // the "request" line
+    size_t request = 0; // the "request" line
     size_t reply = kNoLine; // its "reply" line, if it has one
     std::vector<size_t> commands; // into Pairing::commands, in the order the answers were read
     int64_t start = 0;

@@ -67,7 +67,8 @@ TEST(Report, ReadmeAndManualPageListEveryRuleAsTheTableHasIt)
     }
     std::vector<std::string> fromReadme;
     const std::regex readmeRow("\n\\| `([a-z-]+)` \\| ([^|\n]+) \\|");
-    for (auto row = std::sregex_iterator(readme.begin(), readme.end(), readmeRow); row != std::sregex_iterator(); ++row) {
+    for (auto row = std::sregex_iterator(readme.begin(), readme.end(), readmeRow); row != std::sregex_iterator();
+         ++row) {
         fromReadme.push_back((*row)[1].str() + ": " + (*row)[2].str());
     }
     std::vector<std::string> fromManual;

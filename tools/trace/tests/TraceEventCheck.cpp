@@ -179,11 +179,10 @@ int check(int argc, char** argv)
         std::vector<FlowPoint>& points = flow.second;
         // In time order; where two share a time, the start before a step before the end.
         const auto rank = [](const FlowPoint& p) { return p.in ? (p.out ? 1 : 2) : 0; };
-        std::stable_sort(points.begin(), points.end(), [&](const FlowPoint& a, const FlowPoint& b) {
-            return a.ts != b.ts ? a.ts < b.ts : rank(a) < rank(b);
-        });
-        bool paired = points.size() >= 2 && points.front().out && !points.front().in && points.back().in
-            && !points.back().out;
+        std::stable_sort(points.begin(), points.end(),
+            [&](const FlowPoint& a, const FlowPoint& b) { return a.ts != b.ts ? a.ts < b.ts : rank(a) < rank(b); });
+        bool paired
+            = points.size() >= 2 && points.front().out && !points.front().in && points.back().in && !points.back().out;
         for (size_t i = 1; i + 1 < points.size(); ++i) {
             paired = paired && points[i].in && points[i].out;
         }
@@ -198,7 +197,8 @@ int check(int argc, char** argv)
             host = host || point.pid == pidOf["host"];
             library = library || point.pid == pidOf["library"];
         }
-        roundTrips += host && library && points.front().pid == pidOf["browser"] && points.back().pid == pidOf["browser"];
+        roundTrips
+            += host && library && points.front().pid == pidOf["browser"] && points.back().pid == pidOf["browser"];
     }
     printf("trace-event-check: %s: %zu events: %zu slices, %zu instants, %zu flows, %zu from the browser through "
            "the library and the host back to the browser; %u problems\n",
