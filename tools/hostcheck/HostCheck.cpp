@@ -351,7 +351,9 @@ int main(int argc, char** argv)
         json["budgetMs"] = options.budgetMs;
         json["callbackLimitMs"] = options.callbackLimitMs;
         json["repeat"] = options.repeat;
-        if (!writeFile(options.jsonFile, json.dump(2) + "\n")) {
+        // A finding may quote a host's text that is not UTF-8.
+        const std::string text = json.dump(2, ' ', false, nlohmann::json::error_handler_t::replace);
+        if (!writeFile(options.jsonFile, text + "\n")) {
             removeSharedMemory(suffix);
             return 2;
         }

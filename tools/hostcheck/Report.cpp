@@ -27,13 +27,46 @@ void count(OperationRow& row, bool failed, unsigned scope)
     row.scope |= scope;
 }
 
-// Text for XML attributes and content: the five markup characters as entities, control characters
-// (which XML 1.0 cannot carry) as '?', line breaks kept as character references.
+// The length of the UTF-8 sequence that starts at text[at], 0 where the bytes are not one.
+size_t utf8Length(const std::string& text, size_t at)
+{
+    const unsigned char lead = static_cast<unsigned char>(text[at]);
+    size_t length = 0;
+    if (lead < 0x80) {
+        length = 1;
+    } else if (lead >= 0xc2 && lead <= 0xdf) {
+        length = 2;
+    } else if (lead >= 0xe0 && lead <= 0xef) {
+        length = 3;
+    } else if (lead >= 0xf0 && lead <= 0xf4) {
+        length = 4;
+    }
+    if (length == 0 || at + length > text.size()) {
+        return 0;
+    }
+    for (size_t i = 1; i < length; ++i) {
+        if ((static_cast<unsigned char>(text[at + i]) & 0xc0) != 0x80) {
+            return 0;
+        }
+    }
+    return length;
+}
+
+// Text for XML attributes and content: the five markup characters as entities, line breaks and
+// tabs as character references, and '?' for what XML 1.0 cannot carry (other control characters,
+// bytes that are not UTF-8: a finding may quote a host's text).
 std::string escapeXml(const std::string& text)
 {
     std::string out;
-    for (const char c : text) {
-        switch (c) {
+    for (size_t at = 0; at < text.size();) {
+        const size_t length = utf8Length(text, at);
+        if (length > 1) {
+            out.append(text, at, length);
+            at += length;
+            continue;
+        }
+        const char c = text[at++];
+        switch (length == 0 ? '\0' : c) {
         case '&': out += "&amp;"; break;
         case '<': out += "&lt;"; break;
         case '>': out += "&gt;"; break;
@@ -41,7 +74,7 @@ std::string escapeXml(const std::string& text)
         case '\'': out += "&apos;"; break;
         case '\n': out += "&#10;"; break;
         case '\t': out += "&#9;"; break;
-        default: out += static_cast<unsigned char>(c) < 0x20 ? '?' : c;
+        default: out += static_cast<unsigned char>(c) < 0x20 || length == 0 ? '?' : c;
         }
     }
     return out;
@@ -164,8 +197,9 @@ std::string junitReport(const Report& report)
             std::string failed;
             for (const ReportedFinding& finding : row.findings) {
                 if (finding.rule == rule.id) {
-                    failed += "      <failure type=\"" + std::string(rule.id) + "\" message=\"" + escapeXml(finding.text)
-                        + "\">" + escapeXml(finding.text + "\nrule " + rule.id + ": " + rule.demand) + "</failure>\n";
+                    failed += "      <failure type=\"" + std::string(rule.id) + "\" message=\""
+                        + escapeXml(finding.text) + "\">"
+                        + escapeXml(finding.text + "\nrule " + rule.id + ": " + rule.demand) + "</failure>\n";
                 }
             }
             if ((rule.scope & row.scope) == 0 && failed.empty()) {
@@ -173,8 +207,9 @@ std::string junitReport(const Report& report)
             }
             ++rowTests;
             rowFailures += failed.empty() ? 0 : 1;
-            cases += "    <testcase name=\"" + std::string(rule.id) + "\" classname=\"hbbtv-host-check." + escapeXml(row.name)
-                + "\" time=\"0.000\"" + (failed.empty() ? "/>\n" : ">\n" + failed + "    </testcase>\n");
+            cases += "    <testcase name=\"" + std::string(rule.id) + "\" classname=\"hbbtv-host-check."
+                + escapeXml(row.name) + "\" time=\"0.000\""
+                + (failed.empty() ? "/>\n" : ">\n" + failed + "    </testcase>\n");
         }
         suites += "  <testsuite name=\"" + escapeXml(row.name) + "\" tests=\"" + std::to_string(rowTests)
             + "\" failures=\"" + std::to_string(rowFailures) + "\" errors=\"0\" skipped=\"0\" time=\""

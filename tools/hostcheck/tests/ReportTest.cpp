@@ -30,8 +30,9 @@ TEST(Report, JUnitHasACasePerRuleOfWhatTheOperationCheckedAndEachFindingAsFailur
     callbacks.name = "callbacks";
     callbacks.scope = kCallbackRule;
     callbacks.seconds = 0.25;
-    callbacks.findings = { { rule::kSlowCallback, "HBBTV_LoadingNotification(\"<a&b>\") took 'long'\n\x01" },
-        { rule::kSlowCallback, "HBBTV_CommandHandler" } };
+    callbacks.findings
+        = { { rule::kSlowCallback, "HBBTV_LoadingNotification(\"<a&b>\") took 'long'\n\x01 \xff\xc3\xa9" },
+              { rule::kSlowCallback, "HBBTV_CommandHandler" } };
     OperationRow teardown;
     teardown.name = "teardown";
     teardown.scope = kTeardownRule;
@@ -41,8 +42,9 @@ TEST(Report, JUnitHasACasePerRuleOfWhatTheOperationCheckedAndEachFindingAsFailur
               "  <testsuite name=\"callbacks\" tests=\"1\" failures=\"1\" errors=\"0\" skipped=\"0\" time=\"0.250\">\n"
               "    <testcase name=\"slow-callback\" classname=\"hbbtv-host-check.callbacks\" time=\"0.000\">\n"
               "      <failure type=\"slow-callback\" message=\"HBBTV_LoadingNotification(&quot;&lt;a&amp;b&gt;&quot;) "
-              "took &apos;long&apos;&#10;?\">HBBTV_LoadingNotification(&quot;&lt;a&amp;b&gt;&quot;) took "
-              "&apos;long&apos;&#10;?&#10;rule slow-callback: synchronous calls into the host (callbacks, the request "
+              "took &apos;long&apos;&#10;? ?\xc3\xa9\">HBBTV_LoadingNotification(&quot;&lt;a&amp;b&gt;&quot;) took "
+              "&apos;long&apos;&#10;? ?\xc3\xa9&#10;rule slow-callback: synchronous calls into the host (callbacks, "
+              "the request "
               "hand-over) return within the callback limit</failure>\n"
               "      <failure type=\"slow-callback\" message=\"HBBTV_CommandHandler\">HBBTV_CommandHandler&#10;rule "
               "slow-callback: synchronous calls into the host (callbacks, the request hand-over) return within the "
