@@ -31,7 +31,7 @@ native_pkgs=(
   libgtest-dev libgmock-dev googletest libbenchmark-dev
   android-libutils-dev android-liblog-dev android-platform-frameworks-native-headers
   android-libbase-dev android-libcutils-dev
-  nlohmann-json3-dev
+  nlohmann-json3-dev libxml2-utils
 )
 delivery_pkgs=(dpkg-dev file lintian)
 fuzz_pkgs=(clang libclang-rt-14-dev)

@@ -126,13 +126,21 @@ done
 [ "$(hbbtv_simulator --version)" = "hbbtv_simulator $version" ] || fail "installed simulator --version"
 play_scenario "$usrlib/libhbbtvbackendglue.so.$major" /usr/bin/hbbtv_simulator
 expect_file /usr/include/HbbtvBackendGlue/HbbtvHostCheckPlugin.h
-hbbtv-host-check --host "$usrlib/hbbtv-host-check/libhbbtv_host_simulated.so" >"$work/host-check.log" ||
-  { cat "$work/host-check.log"; fail "installed hbbtv-host-check with the simulated host"; }
+hbbtv-host-check --host "$usrlib/hbbtv-host-check/libhbbtv_host_simulated.so" --junit "$work/host-check.xml" \
+  >"$work/host-check.log" || { cat "$work/host-check.log"; fail "installed hbbtv-host-check with the simulated host"; }
+[ "$(xmllint --xpath 'string(/testsuites/@failures)' "$work/host-check.xml")" = 0 ] &&
+  [ "$(xmllint --xpath 'count(//testcase)' "$work/host-check.xml")" -gt 0 ] ||
+  fail "installed hbbtv-host-check --junit: not a JUnit report without failures"
 # A field trace of the installed simulator's evening, summarised, drawn and replayed from the install.
 HBBTV_TRACE="$work/evening.trace" hbbtv_simulator >/dev/null || fail "installed simulator with HBBTV_TRACE"
-hbbtv-trace --html "$work/evening.html" "$work/evening.trace" >"$work/trace.log" ||
+hbbtv-trace --html "$work/evening.html" --perfetto "$work/evening.json" "$work/evening.trace" >"$work/trace.log" ||
   { cat "$work/trace.log"; fail "installed hbbtv-trace"; }
 expect_file "$work/evening.html"
+# The trace-event file, checked by the tests' checker built from the tree.
+c++ -std=c++17 -O1 -o "$work/trace-event-check" tools/trace/tests/TraceEventCheck.cpp
+"$work/trace-event-check" "$work/evening.json" |
+  grep " [1-9][0-9]* from the browser through the library and the host back to the browser; 0 problems" ||
+  fail "installed hbbtv-trace --perfetto: the file breaks the trace-event format"
 hbbtv_simulator --replay "$work/evening.trace" >"$work/replay.log" ||
   { cat "$work/replay.log"; fail "installed simulator's replay of its own evening"; }
 

@@ -26,6 +26,31 @@ const char kSlowCallback[] = "slow-callback";
 const char kAfterDeinit[] = "after-deinit";
 } // namespace rule
 
+const std::vector<Rule>& rules()
+{
+    static const std::vector<Rule> kRules = {
+        { rule::kNever, kRequestRule,
+            "every request is reported finished, also when there is nothing to answer (valid 0)" },
+        { rule::kLate, kRequestRule, "the completion comes within the request's budget (timeoutMs)" },
+        { rule::kTwice, kRequestRule, "each request is reported finished exactly once" },
+        { rule::kWrongPayload, kRequestRule, "the completion passes back the payload pointer that was handed over" },
+        { rule::kPayloadChanged, kRequestRule, "the payload is only read, never written" },
+        { rule::kGuard, kRequestRule, "nothing is written outside the records handed over (the guard bytes stay)" },
+        { rule::kValid, kRequestRule, "valid is 1 for a filled answer and 0 for none; an answer the requester reads is filled" },
+        { rule::kUnterminatedText, kRequestRule, "every text ends with its NUL inside its field" },
+        { rule::kCount, kRequestRule, "counts stay within the capacity of their record or table" },
+        { rule::kEnumeration, kRequestRule, "enumerations and identifiers are within their ranges" },
+        { rule::kPool, kRequestRule,
+            "the channel-list pool's size word is left as it is; its address words and name offsets stay inside it" },
+        { rule::kResult, kRequestRule,
+            "the in-process result vectors hold a channel's schedule and whole descriptors of the tag asked for" },
+        { rule::kSlowCallback, kRequestRule | kCallbackRule,
+            "synchronous calls into the host (callbacks, the request hand-over) return within the callback limit" },
+        { rule::kAfterDeinit, kTeardownRule, "once the wrapper is deinitialised, the host's threads no longer call it" },
+    };
+    return kRules;
+}
+
 namespace {
 
 const int kLastHostIDType = HbbtvServiceRequestChannelInfoAnswer::ID_IPTV_URI;

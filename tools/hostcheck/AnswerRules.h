@@ -15,7 +15,9 @@
 
 namespace hbbtv_hostcheck {
 
-// Rule names, as they appear in the JSON report.
+// Rule identifiers, as the JSON and JUnit reports and the README name them. They are the contract
+// with whoever reads the reports (CI filters, dashboards): never rename one; a new rule gets a new
+// identifier and a row in kRules.
 namespace rule {
 extern const char kNever[];
 extern const char kLate[];
@@ -32,6 +34,18 @@ extern const char kResult[];
 extern const char kSlowCallback[];
 extern const char kAfterDeinit[];
 } // namespace rule
+
+// Where a rule is checked: the requests handed to the host, the synchronous callbacks, teardown.
+enum RuleScope : unsigned { kRequestRule = 1, kCallbackRule = 2, kTeardownRule = 4 };
+
+struct Rule {
+    const char* id;
+    unsigned scope;
+    const char* demand; // what the host must do, as the README and the manual page list it
+};
+
+// Every rule, in the order the reports and the documents list them.
+const std::vector<Rule>& rules();
 
 struct Finding {
     std::string rule;

@@ -16,6 +16,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
+#include <map>
 #include <sstream>
 #include <string>
 #include <thread>
@@ -43,6 +44,7 @@ struct Options {
     unsigned int budgetMs = 0;
     unsigned int callbackLimitMs = kCallbackLimitMs;
     std::string jsonFile;
+    std::string junitFile;
 };
 
 // How long calls into the wrapper are watched for once deinit has run.
@@ -55,7 +57,7 @@ void usage(FILE* out)
 {
     fprintf(out,
         "usage: hbbtv-host-check --host PLUGIN.so [--host-arg TEXT] [--only OPS] [--repeat N] [--budget-ms N]\n"
-        "                        [--json FILE] [--library PATH]\n"
+        "                        [--json FILE] [--junit FILE] [--library PATH]\n"
         "       hbbtv-host-check --list\n"
         "  Checks a host (Hbbtv_TVServer) built as a plugin against the library's host contract: loads the\n"
         "  library as the television does, plays the browser, drives every operation that reaches the host\n"
@@ -67,6 +69,7 @@ void usage(FILE* out)
         "  --budget-ms N     every request's budget (timeoutMs as the host sees it); default: the library's\n"
         "  --callback-limit-ms N  how long a synchronous callback may take (default %u; more under an emulator)\n"
         "  --json FILE       write the report as JSON too\n"
+        "  --junit FILE      write the report as JUnit XML too: a test suite per operation, a test case per rule\n"
         "  --library PATH    the library to check against (default: %s)\n",
         kHbbtvHostCheckEntryPoint, kCallbackLimitMs, HBBTV_GLUE_LIBRARY);
 }
@@ -129,6 +132,7 @@ int parseOptions(int argc, char** argv, Options& options)
         { "budget-ms", required_argument, nullptr, 'b' },
         { "callback-limit-ms", required_argument, nullptr, 'c' },
         { "json", required_argument, nullptr, 'j' },
+        { "junit", required_argument, nullptr, 'u' },
         { "library", required_argument, nullptr, 'l' },
         { "list", no_argument, nullptr, 'L' },
         { "help", no_argument, nullptr, 'h' },
@@ -173,6 +177,9 @@ int parseOptions(int argc, char** argv, Options& options)
         case 'j':
             options.jsonFile = optarg;
             break;
+        case 'u':
+            options.junitFile = optarg;
+            break;
         case 'l':
             options.library = optarg;
             break;
@@ -208,6 +215,17 @@ void removeSharedMemory(const std::string& suffix)
 {
     shm_unlink(("/hbbtv" + suffix).c_str());
     shm_unlink(("/hbbtvChannelList" + suffix).c_str());
+}
+
+bool writeFile(const std::string& path, const std::string& text)
+{
+    std::ofstream out(path);
+    out << text;
+    if (!out) {
+        fprintf(stderr, "hbbtv-host-check: cannot write %s\n", path.c_str());
+        return false;
+    }
+    return true;
 }
 
 int fail(const std::string& suffix, const std::string& message)
@@ -290,16 +308,23 @@ int main(int argc, char** argv)
     }
 
     Television tv { checker, browser, wrapper };
+    std::map<std::string, double> seconds;
+    const auto since = [](std::chrono::steady_clock::time_point start) {
+        return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    };
     for (unsigned int run = 0; run < options.repeat; ++run) {
         for (const std::string& name : selected) {
             checker.setOperation(name);
+            const auto start = std::chrono::steady_clock::now();
             findOperation(name)->run(tv);
+            seconds[name] += since(start);
         }
     }
 
     // Late answers still under way are waited for (up to one budget) and stray ones for a moment,
     // then the wrapper goes as the television takes it down, and the host must be silent from then on.
     checker.setOperation("teardown");
+    const auto teardownStart = std::chrono::steady_clock::now();
     checker.waitForLateCompletions(std::chrono::milliseconds(options.budgetMs != 0 ? options.budgetMs : 1000));
     std::this_thread::sleep_for(kSettle);
     checker.markDeinit();
@@ -310,8 +335,12 @@ int main(int argc, char** argv)
         checker.releaseGivenUp();
     }
     checker.setHost(nullptr);
+    seconds["teardown"] = since(teardownStart);
 
-    const Report report = buildReport(selected, checker.requests(), checker.callbacks(), checker.afterDeinit());
+    Report report = buildReport(selected, checker.requests(), checker.callbacks(), checker.afterDeinit());
+    for (OperationRow& row : report.rows) {
+        row.seconds = seconds[row.name];
+    }
     printf("\n");
     printReport(stdout, report);
     if (!options.jsonFile.empty()) {
@@ -322,13 +351,16 @@ int main(int argc, char** argv)
         json["budgetMs"] = options.budgetMs;
         json["callbackLimitMs"] = options.callbackLimitMs;
         json["repeat"] = options.repeat;
-        std::ofstream out(options.jsonFile);
-        out << json.dump(2) << "\n";
-        if (!out) {
-            fprintf(stderr, "hbbtv-host-check: cannot write %s\n", options.jsonFile.c_str());
+        // A finding may quote a host's text that is not UTF-8.
+        const std::string text = json.dump(2, ' ', false, nlohmann::json::error_handler_t::replace);
+        if (!writeFile(options.jsonFile, text + "\n")) {
             removeSharedMemory(suffix);
             return 2;
         }
+    }
+    if (!options.junitFile.empty() && !writeFile(options.junitFile, junitReport(report))) {
+        removeSharedMemory(suffix);
+        return 2;
     }
     removeSharedMemory(suffix);
     return report.passed() ? 0 : 1;

@@ -20,10 +20,71 @@ OperationRow& rowFor(std::vector<OperationRow>& rows, const std::string& name)
     return rows.back();
 }
 
-void count(OperationRow& row, bool failed)
+void count(OperationRow& row, bool failed, unsigned scope)
 {
     ++row.requests;
     ++(failed ? row.failed : row.passed);
+    row.scope |= scope;
+}
+
+// The length of the UTF-8 sequence that starts at text[at], 0 where the bytes are not one.
+size_t utf8Length(const std::string& text, size_t at)
+{
+    const unsigned char lead = static_cast<unsigned char>(text[at]);
+    size_t length = 0;
+    if (lead < 0x80) {
+        length = 1;
+    } else if (lead >= 0xc2 && lead <= 0xdf) {
+        length = 2;
+    } else if (lead >= 0xe0 && lead <= 0xef) {
+        length = 3;
+    } else if (lead >= 0xf0 && lead <= 0xf4) {
+        length = 4;
+    }
+    if (length == 0 || at + length > text.size()) {
+        return 0;
+    }
+    for (size_t i = 1; i < length; ++i) {
+        if ((static_cast<unsigned char>(text[at + i]) & 0xc0) != 0x80) {
+            return 0;
+        }
+    }
+    return length;
+}
+
+// Text for XML attributes and content: the five markup characters as entities, line breaks and
+// tabs as character references, and '?' for what XML 1.0 cannot carry (other control characters,
+// bytes that are not UTF-8: a finding may quote a host's text).
+std::string escapeXml(const std::string& text)
+{
+    std::string out;
+    for (size_t at = 0; at < text.size();) {
+        const size_t length = utf8Length(text, at);
+        if (length > 1) {
+            out.append(text, at, length);
+            at += length;
+            continue;
+        }
+        const char c = text[at++];
+        switch (length == 0 ? '\0' : c) {
+        case '&': out += "&amp;"; break;
+        case '<': out += "&lt;"; break;
+        case '>': out += "&gt;"; break;
+        case '"': out += "&quot;"; break;
+        case '\'': out += "&apos;"; break;
+        case '\n': out += "&#10;"; break;
+        case '\t': out += "&#9;"; break;
+        default: out += static_cast<unsigned char>(c) < 0x20 || length == 0 ? '?' : c;
+        }
+    }
+    return out;
+}
+
+std::string seconds(double value)
+{
+    char text[32];
+    snprintf(text, sizeof(text), "%.3f", value);
+    return text;
 }
 
 } // namespace
@@ -45,7 +106,7 @@ Report buildReport(const std::vector<std::string>& operations, const std::vector
     };
     for (const RequestRecord& request : requests) {
         OperationRow& row = rowFor(report.rows, request.operation.empty() ? kTeardown : request.operation);
-        count(row, !request.findings.empty());
+        count(row, !request.findings.empty(), kRequestRule);
         if (request.answerMs >= 0 && !request.givenUp) {
             timesFor(row).push_back(request.answerMs);
         }
@@ -58,14 +119,14 @@ Report buildReport(const std::vector<std::string>& operations, const std::vector
     }
     for (const CallbackRecord& callback : callbacks) {
         OperationRow& row = rowFor(report.rows, callback.operation.empty() ? kTeardown : callback.operation);
-        count(row, !callback.findings.empty());
+        count(row, !callback.findings.empty(), kCallbackRule);
         timesFor(row).push_back(callback.ms);
         for (const Finding& finding : callback.findings) {
             row.findings.push_back(ReportedFinding { finding.rule, finding.text });
         }
     }
     OperationRow& teardown = rowFor(report.rows, kTeardown);
-    count(teardown, !afterDeinit.empty());
+    count(teardown, !afterDeinit.empty(), kTeardownRule);
     for (const Finding& finding : afterDeinit) {
         teardown.findings.push_back(ReportedFinding { finding.rule, finding.text });
     }
@@ -120,6 +181,46 @@ nlohmann::json reportJson(const Report& report)
     }
     return { { "operations", rows }, { "requests", report.requests }, { "failed", report.failed },
         { "passed", report.passed() }, { "verdict", verdictLine(report) } };
+}
+
+std::string junitReport(const Report& report)
+{
+    std::string suites;
+    size_t tests = 0;
+    size_t failures = 0;
+    double total = 0;
+    for (const OperationRow& row : report.rows) {
+        std::string cases;
+        size_t rowTests = 0;
+        size_t rowFailures = 0;
+        for (const Rule& rule : rules()) {
+            std::string failed;
+            for (const ReportedFinding& finding : row.findings) {
+                if (finding.rule == rule.id) {
+                    failed += "      <failure type=\"" + std::string(rule.id) + "\" message=\""
+                        + escapeXml(finding.text) + "\">"
+                        + escapeXml(finding.text + "\nrule " + rule.id + ": " + rule.demand) + "</failure>\n";
+                }
+            }
+            if ((rule.scope & row.scope) == 0 && failed.empty()) {
+                continue;
+            }
+            ++rowTests;
+            rowFailures += failed.empty() ? 0 : 1;
+            cases += "    <testcase name=\"" + std::string(rule.id) + "\" classname=\"hbbtv-host-check."
+                + escapeXml(row.name) + "\" time=\"0.000\""
+                + (failed.empty() ? "/>\n" : ">\n" + failed + "    </testcase>\n");
+        }
+        suites += "  <testsuite name=\"" + escapeXml(row.name) + "\" tests=\"" + std::to_string(rowTests)
+            + "\" failures=\"" + std::to_string(rowFailures) + "\" errors=\"0\" skipped=\"0\" time=\""
+            + seconds(row.seconds) + "\">\n" + cases + "  </testsuite>\n";
+        tests += rowTests;
+        failures += rowFailures;
+        total += row.seconds;
+    }
+    return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<testsuites name=\"hbbtv-host-check\" tests=\""
+        + std::to_string(tests) + "\" failures=\"" + std::to_string(failures) + "\" errors=\"0\" time=\""
+        + seconds(total) + "\">\n" + suites + "</testsuites>\n";
 }
 
 } // namespace hbbtv_hostcheck

@@ -1,5 +1,5 @@
 // The checker's verdict: a row per operation (requests, passed, failed, p50/p99 answer time, the
-// first finding), a final verdict line, and the same as JSON for CI systems.
+// first finding), a final verdict line, and the same as JSON and as JUnit XML for CI systems.
 #ifndef HBBTV_HOST_CHECK_REPORT_H
 #define HBBTV_HOST_CHECK_REPORT_H
 
@@ -26,6 +26,8 @@ struct OperationRow {
     size_t failed = 0;
     double p50Ms = 0;
     double p99Ms = 0;
+    double seconds = 0;  // how long the operation ran, set by the caller
+    unsigned scope = 0;  // the RuleScope bits of what it checked: requests, callbacks, teardown
     std::vector<ReportedFinding> findings;
 };
 
@@ -44,6 +46,9 @@ Report buildReport(const std::vector<std::string>& operations, const std::vector
 void printReport(FILE* out, const Report& report);
 std::string verdictLine(const Report& report);
 nlohmann::json reportJson(const Report& report);
+// JUnit XML: a test suite per operation, a test case per rule checked in it (the rules of its
+// scope, and any other a finding names), each finding a <failure> of its test case.
+std::string junitReport(const Report& report);
 
 } // namespace hbbtv_hostcheck
 

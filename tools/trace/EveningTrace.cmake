@@ -1,5 +1,6 @@
 # Records the simulator's built-in evening with HBBTV_TRACE, then summarises it and writes its
-# timeline with hbbtv-trace; fails unless the summary lists the evening's commands and crossings.
+# timeline and trace-event file with hbbtv-trace; fails unless the summary lists the evening's
+# commands and crossings.
 string(REPLACE "|" ";" EMULATOR "${EMULATOR}") # empty on a native build
 file(REMOVE_RECURSE "${WORK}")
 file(MAKE_DIRECTORY "${WORK}")
@@ -9,7 +10,8 @@ if(NOT played EQUAL 0)
   message(FATAL_ERROR "the simulator failed: ${played}")
 endif()
 unset(ENV{HBBTV_TRACE})
-execute_process(COMMAND ${EMULATOR} "${TOOL}" --html "${WORK}/evening.html" "${WORK}/evening.jsonl"
+execute_process(COMMAND ${EMULATOR} "${TOOL}" --html "${WORK}/evening.html" --perfetto "${WORK}/evening.json"
+                        "${WORK}/evening.jsonl"
                 RESULT_VARIABLE summarised OUTPUT_VARIABLE summary)
 message("${summary}")
 if(NOT summarised EQUAL 0)

@@ -1,6 +1,7 @@
 // hbbtv-trace: reads field traces written by the library (HBBTV_TRACE) and prints a summary: per
 // command its count, the median and 99th percentile of its answer time and its time-outs; per
-// kind of crossing its count by name. With --html FILE it also writes the timeline page.
+// kind of crossing its count by name. With --html FILE it also writes the timeline page, with
+// --perfetto FILE the trace-event file that Perfetto and chrome://tracing open.
 //
 // Exit status 0; 1 when a file cannot be read or holds no trace line; 2 for usage.
 #include <algorithm>
@@ -13,6 +14,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include "TraceEventFile.h"
+#include "TracePairing.h"
 #include "TraceTimelinePage.h"
 
 using nlohmann::json;
@@ -22,13 +25,16 @@ namespace {
 void usage(FILE* out)
 {
     fprintf(out,
-            "usage: hbbtv-trace [--html PAGE] TRACE [TRACE...]\n"
+            "usage: hbbtv-trace [--html PAGE] [--perfetto OUT.json] TRACE [TRACE...]\n"
             "  Summarises a field trace written by the HbbTV backend glue (HBBTV_TRACE=FILE): per command its\n"
             "  count, answer time (p50, p99) and time-outs; per kind of crossing its count by name. Give the\n"
             "  rotated file too, oldest first (TRACE.1 TRACE). When the files hold several recordings (the\n"
             "  middleware started again), the last one is taken.\n"
             "  --html PAGE   also write the timeline: one self-contained HTML page (lanes host, library,\n"
-            "                browser; hover for the fields; zoom by time range or by dragging)\n");
+            "                browser; hover for the fields; zoom by time range or by dragging)\n"
+            "  --perfetto OUT.json  also write the trace in the trace-event format that ui.perfetto.dev and\n"
+            "                chrome://tracing open: host, library and browser as processes, commands and\n"
+            "                requests as slices, every crossing as an instant, arrows from request to reply\n");
 }
 
 // The value at this fraction of the sorted times (nearest rank).
@@ -38,6 +44,13 @@ double percentile(std::vector<double> values, double fraction)
     size_t rank = static_cast<size_t>(fraction * values.size() + 0.999999);
     rank = std::min(std::max<size_t>(rank, 1), values.size());
     return values[rank - 1];
+}
+
+// A numeric field, 0 where the line lacks it or holds something else there.
+double numberOf(const json& line, const char* key)
+{
+    const auto found = line.find(key);
+    return found != line.end() && found->is_number() ? found->get<double>() : 0.0;
 }
 
 struct CommandFigures {
@@ -53,16 +66,15 @@ void printSummary(const json& lines)
     uint64_t dropped = 0;
     for (const json& line : lines) {
         const std::string kind = line.value("kind", "");
-        const std::string name = line["name"].is_string() ? line["name"].get<std::string>()
-                                                          : "command " + std::to_string(line.value("command", -1));
+        const std::string name = hbbtv_trace::nameOf(line);
         if (kind == "command") {
             ++commands[name].issued;
         } else if (kind == "completed") {
-            commands[name].answerMs.push_back(line.value("us", 0.0) / 1000.0);
+            commands[name].answerMs.push_back(numberOf(line, "us") / 1000.0);
         } else if (kind == "timeout") {
             ++commands[name].timeouts;
         } else if (kind == "dropped") {
-            dropped += line.value("count", 0u);
+            dropped += static_cast<uint64_t>(numberOf(line, "count"));
         } else if (kind != "answer" && kind != "hostdata") { // records, not crossings
             ++crossings[kind][name];
         }
@@ -71,7 +83,7 @@ void printSummary(const json& lines)
     uint64_t last = 0;
     size_t numbered = 0;
     for (const json& line : lines) {
-        const uint64_t t = line.value("t", uint64_t(0));
+        const uint64_t t = static_cast<uint64_t>(std::max<int64_t>(hbbtv_trace::timeOf(line), 0));
         first = std::min(first, t);
         last = std::max(last, t);
         numbered += line.contains("seq") ? 1 : 0;
@@ -101,6 +113,7 @@ void printSummary(const json& lines)
 int main(int argc, char** argv)
 {
     std::string page;
+    std::string perfetto;
     std::vector<std::string> files;
     for (int i = 1; i < argc; ++i) {
         const std::string arg = argv[i];
@@ -108,12 +121,12 @@ int main(int argc, char** argv)
             usage(stdout);
             return 0;
         }
-        if (arg == "--html") {
+        if (arg == "--html" || arg == "--perfetto") {
             if (i + 1 == argc) {
                 usage(stderr);
                 return 2;
             }
-            page = argv[++i];
+            (arg == "--html" ? page : perfetto) = argv[++i];
         } else if (!arg.empty() && arg[0] == '-') {
             usage(stderr);
             return 2;
@@ -176,14 +189,23 @@ int main(int argc, char** argv)
         lines.erase(lines.begin(), lines.begin() + static_cast<std::ptrdiff_t>(lastStart));
     }
     printSummary(lines);
-    if (!page.empty()) {
-        std::ofstream out(page);
-        out << hbbtv_trace::timelinePage(lines, files.back());
+    const struct {
+        const std::string& path;
+        const char* what;
+        std::string (*write)(const json&, const std::string&);
+    } outputs[] = { { page, "timeline", hbbtv_trace::timelinePage },
+        { perfetto, "trace events", hbbtv_trace::traceEventFile } };
+    for (const auto& output : outputs) {
+        if (output.path.empty()) {
+            continue;
+        }
+        std::ofstream out(output.path);
+        out << output.write(lines, files.back());
         if (!out) {
-            fprintf(stderr, "hbbtv-trace: cannot write %s\n", page.c_str());
+            fprintf(stderr, "hbbtv-trace: cannot write %s\n", output.path.c_str());
             return 1;
         }
-        printf("\ntimeline: %s\n", page.c_str());
+        printf("\n%s: %s\n", output.what, output.path.c_str());
     }
     return 0;
 }

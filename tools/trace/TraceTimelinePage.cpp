@@ -1,5 +1,7 @@
 #include "TraceTimelinePage.h"
 
+#include "TracePairing.h"
+
 namespace hbbtv_trace {
 
 namespace {
@@ -51,34 +53,25 @@ const char kPageTail[] = R"PAGE(</script>
   var W = 1400, left = 90, right = 20, top = 40;
   var laneY = { host: 80, library: 210, browser: 340 };
   var colours = { host: '#1565c0', toHost: '#6a1b9a', browser: '#2e7d32', toBrowser: '#ef6c00', other: '#555' };
-  // Where each kind of line goes: from lane, to lane, colour.
-  var routes = {
-    host: ['host', 'library', colours.host],
-    callback: ['library', 'host', colours.toHost],
-    command: ['library', 'host', colours.toHost],
-    completed: ['host', 'library', colours.host],
-    timeout: ['library', 'library', '#d22'],
-    unmatched: ['host', 'library', '#d22'],
-    request: ['browser', 'library', colours.browser],
-    browser: ['browser', 'library', colours.browser],
-    event: ['library', 'browser', colours.toBrowser],
-    key: ['library', 'browser', colours.toBrowser],
-    binder: ['browser', 'library', '#000'],
-    answer: ['library', 'library', colours.other],
-    dropped: ['library', 'library', '#d22']
+  // The lanes each kind of line leaves and reaches, and each command's span from hand-over to
+  // completion or time-out, come paired from the tool; the colours are the page's own.
+  var model = JSON.parse(document.getElementById('model').textContent);
+  var kindColours = {
+    host: colours.host, callback: colours.toHost, command: colours.toHost, completed: colours.host,
+    timeout: '#d22', unmatched: '#d22', request: colours.browser, browser: colours.browser,
+    event: colours.toBrowser, key: colours.toBrowser, binder: '#000', answer: colours.other, dropped: '#d22'
   };
+  function routeOf(kind) {
+    var lanes = model.routes[kind] || ['library', 'library'];
+    return [lanes[0], lanes[1], kindColours[kind] || colours.other];
+  }
   if (lines.length === 0) { document.body.setAttribute('data-rendered', '0'); return; }
   var t0 = lines[0].t, t1 = lines[0].t;
   lines.forEach(function (l) { t0 = Math.min(t0, l.t); t1 = Math.max(t1, l.t); });
-  // Commands as spans: hand-over to completion or time-out, matched by ticket.
-  var spans = [], open = {};
-  lines.forEach(function (l) {
-    if (l.kind === 'command') { open[l.ticket] = { start: l.t, end: null, line: l, timeout: false }; spans.push(open[l.ticket]); }
-    if ((l.kind === 'completed' || l.kind === 'timeout') && open[l.ticket]) {
-      open[l.ticket].end = l.t; open[l.ticket].timeout = l.kind === 'timeout'; open[l.ticket].outcome = l; delete open[l.ticket];
-    }
+  var spans = model.spans.map(function (s) {
+    return { start: s.start, end: s.end, line: lines[s.line], outcome: s.outcome === null ? null : lines[s.outcome],
+             timeout: s.timeout };
   });
-  spans.forEach(function (s) { if (s.end === null) { s.end = t1; } });
   function ms(t) { return (t - t0) / 1000; }
   var view = { from: 0, to: Math.max(ms(t1), 0.001) };
   function el(name, attributes, parent) {
@@ -123,7 +116,7 @@ const char kPageTail[] = R"PAGE(</script>
     lines.forEach(function (l) {
       var at = ms(l.t);
       if (at < view.from || at > view.to) { return; }
-      var route = routes[l.kind] || ['library', 'library', colours.other];
+      var route = routeOf(l.kind);
       var px = x(l.t), y1 = laneY[route[0]], y2 = laneY[route[1]];
       var colourName = Object.keys(colours).filter(function (k) { return colours[k] === route[2]; })[0]
         || (route[2] === '#d22' ? 'red' : 'black');
@@ -199,7 +192,14 @@ std::string timelinePage(const nlohmann::json& lines, const std::string& title)
     // Inside a script element only "</" can end it early; "<\/" reads the same in JSON.
     std::string data = lines.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
     replaceAll(data, "</", "<\\/");
-    return head + data + kPageTail;
+    nlohmann::json spans = nlohmann::json::array();
+    for (const CommandSpan& span : pairLines(lines).commands) {
+        spans.push_back({ { "start", span.start }, { "end", span.end }, { "line", span.handOver },
+            { "outcome", span.outcome == kNoLine ? nlohmann::json() : nlohmann::json(span.outcome) },
+            { "timeout", span.timedOut } });
+    }
+    const nlohmann::json model = { { "routes", routesJson() }, { "spans", spans } };
+    return head + data + "</script>\n<script type=\"application/json\" id=\"model\">" + model.dump() + kPageTail;
 }
 
 } // namespace hbbtv_trace
