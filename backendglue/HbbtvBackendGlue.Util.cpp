@@ -163,9 +163,12 @@ void injectDelay(const char* point)
 {
     // Each thread draws from its own stream, numbered in the order threads first pass a point, so
     // that one seed gives one schedule of pauses per thread.
+    static const char* const text = getenv("HBBTV_DELAY_SEED");
+    if (text == nullptr) {
+        return;
+    }
     static const unsigned long seed = [] {
-        const char* text = getenv("HBBTV_DELAY_SEED");
-        const unsigned long value = text != nullptr ? strtoul(text, nullptr, 10) : 1;
+        const unsigned long value = strtoul(text, nullptr, 10);
         printf("[HbbTV-Delays] pauses at the named points, seed %lu\n", value);
         return value;
     }();

@@ -82,10 +82,10 @@ private:
     pthread_cond_t m_cond;
 };
 
-// Rare interleavings made common. A build with HBBTV_INJECT_DELAYS pauses for a short random time
-// at each named point (a check and the call it guards, give-up and completion, deinit, region
-// allocation and free, the queue), drawn from HBBTV_DELAY_SEED so that a failing run can be
-// repeated; any other build compiles the points away.
+// Rare interleavings made common. A build with HBBTV_INJECT_DELAYS (the asan preset), run with
+// HBBTV_DELAY_SEED set, pauses for a short random time at each named point (a check and the call
+// it guards, give-up and completion, deinit, region allocation and free, the queue), drawn from
+// the seed so that a failing run can be repeated; any other build compiles the points away.
 #ifdef HBBTV_INJECT_DELAYS
 void injectDelay(const char* point);
 #else
