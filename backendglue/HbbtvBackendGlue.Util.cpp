@@ -8,6 +8,8 @@
 #include <cstdlib>
 #include <ctime>
 
+#include "HbbtvBackendGlue.Trace.h"
+
 namespace ZR_HBBTV_Core {
 
 namespace {
@@ -37,6 +39,7 @@ void HbbtvBackendGlue_AssertFail(const char* file, const char* function, int lin
 {
     printf("ASSERT FAIL: %s %s %d\n", file, function, line);
     fflush(stdout);
+    trace::recordAssertion(file, function, line);
     abort();
 }
 

@@ -512,7 +512,16 @@ std::vector<Json> readTrace(const std::string& path)
     unsigned number = 0;
     while (std::getline(in, text)) {
         ++number;
+        // A recording whose process died ends in zero bytes, perhaps after a line cut short:
+        // nothing before a zero byte is a whole line.
+        const size_t zero = text.find_last_of('\0');
+        if (zero != std::string::npos) {
+            text.erase(0, zero + 1);
+        }
         Json line = Json::parse(text, nullptr, false);
+        if (zero != std::string::npos && (text.empty() || line.is_discarded())) {
+            continue;
+        }
         if (line.is_discarded() || !line.is_object() || !line["kind"].is_string()) {
             throw ScenarioError(path + ":" + std::to_string(number) + " is not a trace line");
         }
