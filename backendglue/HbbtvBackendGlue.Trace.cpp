@@ -91,6 +91,7 @@ private:
     void slideWindow(std::unique_lock<std::mutex>& lock);
     void rotate(std::unique_lock<std::mutex>& lock);
     void cutToLines();
+    void cutFile();
     bool place(const std::string& line);
     void writeDropCount();
     void askWriter();
@@ -110,6 +111,7 @@ private:
     bool m_stopping = false;
     bool m_sealed = false;  // the process is aborting: nothing more goes into the file
     bool m_writerWanted = false;
+    bool m_rotateWanted = false; // a line found no room before the cap
     bool m_reopenFailed = false;
     uint64_t m_flushAsked = 0;
     uint64_t m_flushDone = 0;
@@ -235,6 +237,13 @@ void Recorder::seal()
     writeDropCount();
     g_on.store(false, std::memory_order_relaxed);
     m_sealed = true;
+    cutFile();
+}
+
+// Cuts the file at its last line. With the window still mapped, nothing may be copied into it
+// after this (a line copied past the cut would fault): the recorder is sealed, or about to unmap.
+void Recorder::cutFile()
+{
     if (ftruncate(m_fd, static_cast<off_t>(m_length)) != 0) {
         printf("[HbbTV-Trace] cannot cut %s to its lines: %s\n", m_settings.path.c_str(), strerror(errno));
     }
@@ -275,7 +284,11 @@ void Recorder::askWriter()
 // Copies a line behind the file's last one, if the window and the cap leave room for it.
 bool Recorder::place(const std::string& line)
 {
-    if (m_fd < 0 || (m_length != 0 && m_length + line.size() > m_settings.maxBytes)) {
+    if (m_length != 0 && m_length + line.size() > m_settings.maxBytes) {
+        m_rotateWanted = true;
+        return false;
+    }
+    if (m_fd < 0) {
         return false;
     }
     if (m_window.base == nullptr && !mapWindow(m_fd, m_length, m_window)) {
@@ -307,7 +320,7 @@ void Recorder::writerLoop()
         const uint64_t flushAsked = m_flushAsked;
         const bool stopping = m_stopping;
         if (!m_sealed) {
-            if (m_length >= m_rotateAt && m_length != 0) {
+            if ((m_length >= m_rotateAt || m_rotateWanted) && m_length != 0) {
                 rotate(lock);
             }
             if (m_window.base != nullptr && m_window.end - m_length < m_settings.windowBytes / 2) {
@@ -379,6 +392,11 @@ void Recorder::slideWindow(std::unique_lock<std::mutex>& lock)
     if (!mapped) {
         return; // lines are dropped, and counted, until a later try succeeds
     }
+    if (m_sealed) {
+        unmap(fresh.base, m_settings.windowBytes);
+        cutFile();
+        return;
+    }
     const Window old = m_window;
     m_window = fresh;
     lock.unlock();
@@ -410,6 +428,13 @@ void Recorder::rotate(std::unique_lock<std::mutex>& lock)
         return;
     }
     m_reopenFailed = false;
+    m_rotateWanted = false;
+    if (m_sealed) { // the process is aborting: its lines stay where they are, in FILE.1
+        unmap(fresh.base, m_settings.windowBytes);
+        close(fd);
+        cutFile();
+        return;
+    }
     const int oldFd = m_fd;
     const Window old = m_window;
     const uint64_t oldLength = m_length;
@@ -433,9 +458,7 @@ void Recorder::cutToLines()
     }
     unmap(m_window.base, m_settings.windowBytes);
     m_window = Window();
-    if (ftruncate(m_fd, static_cast<off_t>(m_length)) != 0) {
-        printf("[HbbTV-Trace] cannot cut %s to its lines: %s\n", m_settings.path.c_str(), strerror(errno));
-    }
+    cutFile();
 }
 
 // Not numbered: it stands for lines that never got a number.
@@ -546,7 +569,20 @@ Line::Line(const char* kind, const char* name) : m_json(m_text)
     m_json.value(name);
 }
 
-// The closing brace and the sequence number are added when the line is queued.
+Line& Line::bytes(const char* key, const unsigned char* data, size_t size)
+{
+    static const char kDigits[] = "0123456789abcdef";
+    std::string hex(2 * size, '0');
+    for (size_t i = 0; i < size; ++i) {
+        hex[2 * i] = kDigits[data[i] >> 4];
+        hex[2 * i + 1] = kDigits[data[i] & 15];
+    }
+    m_json.key(key);
+    m_json.value(hex);
+    return *this;
+}
+
+// The closing brace and the sequence number are added when the line is committed.
 Line::~Line()
 {
     recorder().commit(m_text);

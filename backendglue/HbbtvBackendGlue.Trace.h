@@ -80,6 +80,8 @@ public:
         m_json.value(text, length);
         return *this;
     }
+    // Bytes as lowercase hexadecimal text, two digits a byte.
+    Line& bytes(const char* key, const unsigned char* data, size_t size);
     Line& begin(const char* key)
     {
         m_json.key(key);
