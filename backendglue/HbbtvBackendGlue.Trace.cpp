@@ -189,6 +189,7 @@ bool Recorder::start(const Settings& settings)
     }
     m_stopping = false;
     m_sealed = false;
+    m_rotateWanted = false;
     m_nextSeq = 1; // readers take numbers that start again for the next recording
     if (pthread_create(&m_writer, nullptr, writerEntry, this) != 0) {
         printf("[HbbTV-Trace] cannot start the writer thread; not recording\n");
