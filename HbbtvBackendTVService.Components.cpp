@@ -36,6 +36,61 @@ unsigned int boundedCount(int32_t count, unsigned int capacity, const char* what
     return static_cast<unsigned int>(count);
 }
 
+// {"kind":"hostdata","name":"components"}: the entries of the answer record that the library reads
+// for the type (bounded by the record), as the host wrote them.
+void traceHostComponents(NCOR::Broadcast::ComponentType type, const HbbtvAVComponentInfo& info)
+{
+    trace::Line line("hostdata", "components");
+    const bool subtitles = type == NCOR::Broadcast::COMPONENT_TYPE_SUBTITLE;
+    int32_t read = 0;
+    if (type == NCOR::Broadcast::COMPONENT_TYPE_VIDEO) {
+        read = info.count != 0 ? 1 : 0; // the first one, when the count is not 0
+    } else if (subtitles || type == NCOR::Broadcast::COMPONENT_TYPE_AUDIO) {
+        const int32_t capacity = subtitles ? HbbtvAVComponentInfo::kSubtitleEntries : HbbtvAVComponentInfo::kAVEntries;
+        read = info.count <= 0 ? 0 : (info.count < capacity ? info.count : capacity);
+    }
+    line.arg("type", type).arg("count", read).arg("recorded", read);
+    for (int32_t k = 0; k < read; ++k) {
+        line.begin(("c" + std::to_string(k)).c_str());
+        if (subtitles) {
+            const HbbtvAVComponentInfo::SubtitleEntry& entry = info.subtitleEntries[k];
+            line.arg("flagA", entry.flagA).arg("flagB", entry.flagB).arg("valueP", entry.valueP);
+            line.arg("language", entry.language.terminatedString());
+        } else {
+            const HbbtvAVComponentInfo::AVEntry& entry = info.avEntries[k];
+            line.arg("flagA", entry.flagA)
+                .arg("flagB", entry.flagB)
+                .arg("valueP", entry.valueP)
+                .arg("valueQ", entry.valueQ)
+                .arg("valueR", entry.valueR)
+                .arg("valueS", entry.valueS)
+                .arg("language", entry.language.terminatedString());
+        }
+        line.end();
+    }
+}
+
+// The components as the browser was given them (at most a record's worth).
+void traceGivenComponents(const char* request, const std::vector<NCOR::AVComponentData*>& components, size_t from)
+{
+    trace::Line line("reply", request);
+    line.arg("components", components.size() - from);
+    for (size_t i = from; i < components.size(); ++i) {
+        const NCOR::AVComponentData& c = *components[i];
+        line.begin(("c" + std::to_string(i - from)).c_str())
+            .arg("type", c.getComponentType())
+            .arg("encoding", c.getEncoding())
+            .arg("encrypted", c.getEncrypted())
+            .arg("language", c.getLanguage())
+            .arg("audioDescription", c.getAudioDescription())
+            .arg("audioChannels", c.getAudioChannels())
+            .arg("tag", c.getComponentTag())
+            .arg("aspectRatio", c.getAspectRatio())
+            .arg("hearingImpaired", c.getHearingImpaired())
+            .end();
+    }
+}
+
 } // namespace
 
 void AvComponentInfoTranslator::operator()(
@@ -113,9 +168,12 @@ void HbbtvBackendTVService::getAVComponents(
     std::unique_ptr<HbbtvServiceRequestAVInfoAnswer> answer = HbbtvServiceRequestAVInfoAnswer::create();
     std::unique_ptr<HbbtvCommandPayload> payload(new HbbtvCommandPayload(TunerCommand_GetAVInfo, 0, type));
     sendServiceRequest(payload, answer);
+    const size_t listedBefore = components.size();
     if (answer->valid != 0) {
+        if (trace::on()) traceHostComponents(type, answer->avComponentInfo);
         AvComponentInfoTranslator()(type, answer->avComponentInfo, components);
     }
+    if (trace::on()) traceGivenComponents("getAVComponents", components, listedBefore);
 }
 
 void HbbtvBackendTVService::getActiveAVComponents(
@@ -125,9 +183,12 @@ void HbbtvBackendTVService::getActiveAVComponents(
     std::unique_ptr<HbbtvServiceRequestAVInfoAnswer> answer = HbbtvServiceRequestAVInfoAnswer::create();
     std::unique_ptr<HbbtvCommandPayload> payload(new HbbtvCommandPayload(TunerCommand_GetAVInfo, 1, type));
     sendServiceRequest(payload, answer);
+    const size_t listedBefore = components.size();
     if (answer->valid != 0) {
+        if (trace::on()) traceHostComponents(type, answer->avComponentInfo);
         AvComponentInfoTranslator()(type, answer->avComponentInfo, components);
     }
+    if (trace::on()) traceGivenComponents("getActiveAVComponents", components, listedBefore);
 }
 
 // An unknown name gives the value of "AVC_HD_25": there is no separate unknown value.

@@ -45,6 +45,26 @@ void traceHostSchedule(const std::vector<HbbtvEPGInformation>& schedule)
     }
 }
 
+// The SI descriptors that a trace line carries, the host's and the browser's: the leading ones up
+// to this many, each at most a descriptor's own size (tag, length and 255 bytes); the counts say
+// how many there were.
+const size_t kTracedDescriptors = 32;
+const size_t kTracedDescriptorBytes = 257;
+
+void traceDescriptors(trace::Line& line, const std::vector<std::vector<unsigned char>>& descriptors, size_t from)
+{
+    size_t recorded = 0;
+    while (from + recorded < descriptors.size() && recorded < kTracedDescriptors
+           && descriptors[from + recorded].size() <= kTracedDescriptorBytes) {
+        ++recorded;
+    }
+    line.arg("count", descriptors.size() - from).arg("recorded", recorded);
+    for (size_t i = 0; i < recorded; ++i) {
+        const std::vector<unsigned char>& descriptor = descriptors[from + i];
+        line.bytes(("d" + std::to_string(i)).c_str(), descriptor.data(), descriptor.size());
+    }
+}
+
 } // namespace
 
 void ProgrammeInfoTranslator::operator()(
@@ -166,10 +186,21 @@ void HbbtvBackendTVService::getSIDescriptors(const std::string& programmeID, NCO
         payload->resultAddress = found.wireAddress();
         answered = sendServiceRequest(payload, answer, &found) && answer->valid != 0;
     }
+    if (answered && trace::on()) {
+        // {"kind":"hostdata","name":"siDescriptors"}: the descriptors as the host wrote them.
+        trace::Line line("hostdata", "siDescriptors");
+        traceDescriptors(line, *found, 0);
+    }
+    const size_t listedBefore = descriptors.size();
     if (answered && !found->empty()) {
         for (size_t i = 0; i < found->size(); ++i) {
             descriptors.push_back(found->at(i));
         }
+    }
+    if (trace::on()) {
+        trace::Line line("reply", "getSIDescriptors");
+        line.arg("answered", answered);
+        traceDescriptors(line, descriptors, listedBefore);
     }
     printf("\e[0;32;32m[MSG][HbbTV-BC]%s pass out\e[0m\n", "getSIDescriptors");
 }

@@ -2,9 +2,10 @@
 // calls in, commands to the host and their answers, host callbacks, browser requests, events and
 // keys to the browser, binder deaths). Off unless HBBTV_TRACE names a file when the host calls
 // init; then every call site costs one relaxed load and a branch. When on, a line is built on the
-// calling thread and queued in a bounded buffer that a writer thread of its own drains to the
-// file: the request path never waits for the disk. A full buffer drops lines and the writer
-// records how many. HBBTV_TRACE_MAX_MB caps the file; past it the file moves to FILE.1 (the one
+// calling thread and copied into a shared mapping of the file, where it survives the process being
+// killed or crashing; a writer thread of its own keeps the mapping ahead: the request path never
+// waits for the disk. Lines that find no room (the writer fell behind) are dropped and the writer
+// records how many. HBBTV_TRACE_MAX_MB caps the file; near it the file moves to FILE.1 (the one
 // previous file kept) and a new one starts.
 //
 // Every line: "t" (monotonic microseconds), "th" (thread id), "kind", "name", the kind's fields,
@@ -37,7 +38,8 @@ inline bool on()
 struct Settings {
     std::string path;
     uint64_t maxBytes = 4u << 20;
-    size_t bufferLines = 8192;
+    // Mapped ahead of the last line; the writer maps further on when half of it is used.
+    uint64_t windowBytes = 1u << 20;
 };
 
 // Reads HBBTV_TRACE and HBBTV_TRACE_MAX_MB (whole MiB, 1 to 1024; default 4) the first time it
@@ -46,10 +48,14 @@ void startFromEnvironment();
 // Starts recording with these settings unless recording is on already; false when the file
 // cannot be opened (with a log line).
 bool start(const Settings& settings);
-// Returns when every line queued before the call is in the file.
+// Returns when the file ends at the last line recorded before the call (the zero bytes mapped
+// ahead of it are cut; the next line maps them again).
 void flush();
-// Stops recording: the buffer is written out and the file closed. A later start may follow.
+// Stops recording: the file is cut at its last line and closed. A later start may follow.
 void stop();
+// The library's assertion is about to abort the process: records where, cuts the file at its last
+// line, and records nothing after.
+void recordAssertion(const char* file, const char* function, int line);
 // Lines dropped because the buffer was full, since the process started.
 uint64_t droppedLines();
 
@@ -74,6 +80,8 @@ public:
         m_json.value(text, length);
         return *this;
     }
+    // Bytes as lowercase hexadecimal text, two digits a byte.
+    Line& bytes(const char* key, const unsigned char* data, size_t size);
     Line& begin(const char* key)
     {
         m_json.key(key);

@@ -14,6 +14,8 @@
 #include <atomic>
 #include <random>
 
+#include "HbbtvBackendGlue.Trace.h"
+
 namespace ZR_HBBTV_Core {
 
 namespace {
@@ -43,6 +45,7 @@ void HbbtvBackendGlue_AssertFail(const char* file, const char* function, int lin
 {
     printf("ASSERT FAIL: %s %s %d\n", file, function, line);
     fflush(stdout);
+    trace::recordAssertion(file, function, line);
     abort();
 }
 

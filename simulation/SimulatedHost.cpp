@@ -268,6 +268,19 @@ SimulatedHost::AnswerWriter SimulatedHost::scheduleWriter(std::vector<HbbtvEPGIn
     };
 }
 
+SimulatedHost::AnswerWriter SimulatedHost::siDescriptorsWriter(std::vector<std::vector<unsigned char>> descriptors)
+{
+    return [descriptors](const HbbtvCommandPayload& request, HbbtvServiceRequestAnswer& answer) {
+        auto* const found =
+            static_cast<std::vector<std::vector<unsigned char>>*>(fromHostWireAddress(request.resultAddress));
+        if (found == nullptr) {
+            return;
+        }
+        found->insert(found->end(), descriptors.begin(), descriptors.end());
+        answer.valid = 1;
+    };
+}
+
 SimulatedHost::AnswerWriter SimulatedHost::componentsWriter(std::map<int, std::vector<HostComponent>> componentsByType)
 {
     return [componentsByType](const HbbtvCommandPayload& request, HbbtvServiceRequestAnswer& answer) {

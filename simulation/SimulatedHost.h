@@ -179,6 +179,9 @@ public:
     // ProgrammeCommand_GetAllProgrammeInfo: appends the events to the in-process vector whose
     // address the request carries in resultAddress.
     static AnswerWriter scheduleWriter(std::vector<HbbtvEPGInformation> events);
+    // ProgrammeCommand_GetSIDescriptors: appends the descriptors to the in-process vector whose
+    // address the request carries in resultAddress.
+    static AnswerWriter siDescriptorsWriter(std::vector<std::vector<unsigned char>> descriptors);
     // TunerCommand_GetAVInfo: the components of the type asked for in param2 (0 video: the first
     // one only, 1 audio, 2 subtitles), as many as the record holds; none for a type not given.
     static AnswerWriter componentsWriter(std::map<int, std::vector<HostComponent>> componentsByType);

@@ -269,6 +269,55 @@ std::string runReadSchedule(Scenario& s, const Json& a)
     return "";
 }
 
+std::string titleReadSIDescriptors(const Json& a)
+{
+    return text("browser reads the SI descriptors of ", a.at("programme").get<std::string>(), " with tag ",
+        a.at("tag").get<int>(), " (", a.at("descriptors").size(), ")");
+}
+
+// The host answers with the descriptors (tag, length, the text's bytes); the browser must get them
+// byte for byte.
+std::string runReadSIDescriptors(Scenario& s, const Json& a)
+{
+    android::sp<ITVService> tv;
+    const std::string missing = s.needTVService(tv);
+    if (!missing.empty()) {
+        return missing;
+    }
+    std::vector<std::vector<unsigned char>> answered;
+    for (const Json& d : a.at("descriptors")) {
+        const std::string payload = d.at("text").get<std::string>();
+        if (payload.size() > 255) {
+            return text("a descriptor's payload holds at most 255 bytes, not ", payload.size());
+        }
+        std::vector<unsigned char> descriptor = { d.at("tag").get<unsigned char>(),
+            static_cast<unsigned char>(payload.size()) };
+        descriptor.insert(descriptor.end(), payload.begin(), payload.end());
+        answered.push_back(descriptor);
+    }
+    s.host.setAnswerWriterFor(ProgrammeCommand_GetSIDescriptors, SimulatedHost::siDescriptorsWriter(answered));
+    const int tag = a.at("tag").get<int>();
+    std::vector<std::vector<unsigned char>> descriptors;
+    const Scenario::Call call = s.measure(text("getSIDescriptors(", a.at("programme").get<std::string>(), ")"), [&] {
+        tv->getSIDescriptors(a.at("programme").get<std::string>(), static_cast<NCOR::EIT::DescriptorTag>(tag),
+            static_cast<NCOR::EIT::ExtensionDescriptorTag>(0), descriptors);
+    });
+    const std::string commands = Scenario::expectCommands(call, { ProgrammeCommand_GetSIDescriptors });
+    if (!commands.empty()) {
+        return commands;
+    }
+    if (call.requests[0].param1 != tag || call.requests[0].resultAddress == 0) {
+        return text("the host was asked for tag ", call.requests[0].param1, " with result vector ",
+            call.requests[0].resultAddress != 0, "; expected tag ", tag, " with one");
+    }
+    if (descriptors != answered) {
+        return text("the browser got ", descriptors.size(), " descriptors, not the ", answered.size(),
+            " the host gave byte for byte");
+    }
+    s.trace(text("    the host filled the vector in place: ", descriptors.size(), " descriptors"));
+    return "";
+}
+
 // ---- Components ---------------------------------------------------------------------------------
 
 std::string titleListComponents(const Json& a)
@@ -479,6 +528,7 @@ const std::vector<StepAction>& broadcastStepActions()
         { "tune", titleTune, runTune },
         { "read_programmes", fixedTitle<kProgrammesTitle>, runReadProgrammes },
         { "read_schedule", titleReadSchedule, runReadSchedule },
+        { "read_si_descriptors", titleReadSIDescriptors, runReadSIDescriptors },
         { "list_components", titleListComponents, runListComponents },
         { "select_component", titleSelectComponent, runSelectComponent },
         { "mount_carousel_file", fixedTitle<kMountTitle>, runMountCarouselFile },

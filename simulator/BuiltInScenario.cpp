@@ -64,6 +64,8 @@ Json builtInScenarioJson()
                     { { "name", "Tagesthemen" }, { "start", 1767213900 }, { "duration", 1800 }, { "rating", 0 },
                         { "description", "Nachrichten" }, { "genre", "news" } },
                 }) } },
+        { { "step", "read_si_descriptors" }, { "programme", "crid://daserste.de/tatort" }, { "tag", 85 },
+            { "descriptors", Json::array({ { { "tag", 85 }, { "text", "DEU\t" } } }) } }, // rated 12
         // Audio in English, please.
         { { "step", "list_components" }, { "type", "audio" },
             { "components",

@@ -47,18 +47,23 @@ if(NOT output MATCHES "${expected}" OR NOT output MATCHES ", 1 divergence;")
   message(FATAL_ERROR "the edited answer's divergence is not reported as expected")
 endif()
 
-# The channel list and the schedule come back from the recorded host data: a channel or a
-# programme renamed there is a divergence in what the browser was given. Host data recorded only
-# in part is not given back, and what became of it is then not compared.
+# The channel list, the schedule, SI descriptors and components come back from the recorded host
+# data: a channel or a programme renamed there, a descriptor's byte or a component's language
+# altered, is a divergence in what the browser was given. Host data recorded only in part is not
+# given back, and what became of it is then not compared.
 set(renamed "")
 set(partial "")
 set(listSeq "")
 set(scheduleSeq "")
+set(descriptorsSeq "")
+set(componentsSeq "")
 foreach(line IN LISTS recorded)
   set(partialLine "${line}")
   if(line MATCHES "\"kind\":\"hostdata\"")
     string(REPLACE "\"name\":\"ZDF\"" "\"name\":\"ZDF HD\"" line "${line}")
     string(REPLACE "\"text1\":\"Tatort\"" "\"text1\":\"Polizeiruf\"" line "${line}")
+    string(REPLACE "\"d0\":\"550444455509\"" "\"d0\":\"55044445550c\"" line "${line}") # rated 15, not 12
+    string(REPLACE "\"language\":\"eng\"" "\"language\":\"fra\"" line "${line}")
     string(REGEX REPLACE "\"count\":([0-9]+)" "\"count\":1\\1" partialLine "${partialLine}")
   endif()
   # As recorded from a lineup and a schedule longer than the part the trace carries.
@@ -66,6 +71,12 @@ foreach(line IN LISTS recorded)
     set(listSeq "${CMAKE_MATCH_1}")
     string(REGEX REPLACE "\"channels\":([0-9]+),\"hostCount\":([0-9]+)" "\"channels\":1\\1,\"hostCount\":1\\2"
            partialLine "${partialLine}")
+  endif()
+  if(line MATCHES "\"kind\":\"reply\",\"name\":\"getSIDescriptors\".*\"seq\":([0-9]+)")
+    set(descriptorsSeq "${CMAKE_MATCH_1}")
+  endif()
+  if(line MATCHES "\"kind\":\"reply\",\"name\":\"getAVComponents\".*\"seq\":([0-9]+)")
+    set(componentsSeq "${CMAKE_MATCH_1}")
   endif()
   if(line MATCHES "\"kind\":\"reply\",\"name\":\"getAllProgrammesForChannel\".*\"seq\":([0-9]+)")
     set(scheduleSeq "${CMAKE_MATCH_1}")
@@ -84,8 +95,12 @@ if(NOT replayed EQUAL 1 OR listSeq STREQUAL ""
    OR NOT output MATCHES "replayed: [^\n]*\"ccid\":\"[^\"]*:ZDF HD\",[^\n]*\"name\":\"ZDF HD\""
    OR NOT output MATCHES "DIVERGENCE reply getAllProgrammesForChannel #1 \\(recorded seq ${scheduleSeq}, replayed seq [0-9]+\\)"
    OR NOT output MATCHES "replayed: [^\n]*\"name\":\"Polizeiruf\""
-   OR NOT output MATCHES ", 2 divergences;")
-  message(FATAL_ERROR "a renamed channel or programme in the recorded host data is not reported as expected")
+   OR descriptorsSeq STREQUAL "" OR componentsSeq STREQUAL ""
+   OR NOT output MATCHES "DIVERGENCE reply getSIDescriptors #1 \\(recorded seq ${descriptorsSeq}, replayed seq [0-9]+\\)\n  recorded: [^\n]*\"d0\":\"550444455509\"[^\n]*\n  replayed: [^\n]*\"d0\":\"55044445550c\""
+   OR NOT output MATCHES "DIVERGENCE reply getAVComponents #1 \\(recorded seq ${componentsSeq}, replayed seq [0-9]+\\)"
+   OR NOT output MATCHES "replayed: [^\n]*\"language\":\"fra\",\"tag\":4"
+   OR NOT output MATCHES ", 4 divergences;")
+  message(FATAL_ERROR "altered host data (a channel, a programme, a descriptor, a component) is not reported as expected")
 endif()
 execute_process(COMMAND ${EMULATOR} "${SIMULATOR}" --replay "${WORK}/partial.jsonl" RESULT_VARIABLE replayed
                 OUTPUT_VARIABLE output)

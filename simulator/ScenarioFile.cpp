@@ -160,6 +160,17 @@ std::vector<StepSpec> makeVocabulary()
                     },
                     "the schedule, in order"),
             } },
+        { "read_si_descriptors", "the browser reads a programme's SI descriptors of a tag (getSIDescriptors)",
+            {
+                stringArg("programme", "the programme's identifier"),
+                integerArg("tag", 0, 255, "the descriptor tag asked for"),
+                objectArg("descriptors", ArgumentKind::Objects,
+                    {
+                        integerArg("tag", 0, 255, "the descriptor's tag"),
+                        stringArg("text", "its payload, as text (at most 255 bytes)"),
+                    },
+                    "the descriptors the host answers with, in order"),
+            } },
         { "list_components", "the browser lists the broadcast's components of a type (getAVComponents)",
             {
                 choiceArg("type", { "audio", "subtitle" }, "the component type"),

@@ -36,18 +36,20 @@ Json comparedFields(const Json& line)
     return fields;
 }
 
-// Data the host writes outside the answer records: the channel list in its pool, a schedule in a
-// result vector. The recording carries the first entries of each, in a line of its own: the
-// replay gives them back, and compares what the library made of them only when every one of the
-// recording was recorded whole.
+// Data the host writes outside the answer's plain fields: the channel list in its pool, a schedule
+// and SI descriptors in a result vector, the component tables of the answer record. The recording
+// carries the first entries of each, in a line of its own: the replay gives them back, and
+// compares what the library made of them only when every one of the recording was recorded whole.
 struct HostData {
-    const char* name;  // of the {"kind":"hostdata"} line
-    int command;       // the command whose answer it belongs to
-    const char* reply; // the stream that shows what the library made of it
+    const char* name;       // of the {"kind":"hostdata"} line
+    int command;            // the command whose answer it belongs to
+    const char* replies[2]; // the streams that show what the library made of it
 };
 const HostData kHostData[] = {
-    {"lineup", TunerCommand_RequestChannelsLineup, "reply getChannelList"},
-    {"schedule", ProgrammeCommand_GetAllProgrammeInfo, "reply getAllProgrammesForChannel"},
+    {"lineup", TunerCommand_RequestChannelsLineup, {"reply getChannelList", nullptr}},
+    {"schedule", ProgrammeCommand_GetAllProgrammeInfo, {"reply getAllProgrammesForChannel", nullptr}},
+    {"siDescriptors", ProgrammeCommand_GetSIDescriptors, {"reply getSIDescriptors", nullptr}},
+    {"components", TunerCommand_GetAVInfo, {"reply getAVComponents", "reply getActiveAVComponents"}},
 };
 const char* const kUnreproducible[] = {"event channelListChanged"};
 
@@ -80,7 +82,11 @@ std::set<std::string> partlyRecordedReplies(const std::vector<Json>& recorded)
             }
         }
         if (answered != whole) {
-            partly.insert(data.reply);
+            for (const char* reply : data.replies) {
+                if (reply != nullptr) {
+                    partly.insert(reply);
+                }
+            }
         }
     }
     return partly;
@@ -202,6 +208,49 @@ std::vector<HbbtvEPGInformation> scheduleFrom(const Json& line)
     return events;
 }
 
+std::vector<std::vector<unsigned char>> descriptorsFrom(const Json& line)
+{
+    std::vector<std::vector<unsigned char>> descriptors;
+    const size_t recorded = number<size_t>(line, "recorded");
+    for (size_t i = 0; i < recorded; ++i) {
+        const std::string hex = textOf(line, ("d" + std::to_string(i)).c_str());
+        std::vector<unsigned char> bytes;
+        for (size_t k = 0; k + 1 < hex.size(); k += 2) {
+            bytes.push_back(static_cast<unsigned char>(strtoul(hex.substr(k, 2).c_str(), nullptr, 16)));
+        }
+        descriptors.push_back(bytes);
+    }
+    return descriptors;
+}
+
+// The component entries into the answer record; its count came with the answer's fields.
+void writeRecordedComponents(const Json& line, HbbtvServiceRequestAnswer& answer)
+{
+    HbbtvAVComponentInfo& info = static_cast<HbbtvServiceRequestAVInfoAnswer&>(answer).avComponentInfo;
+    const bool subtitles = number<int>(line, "type") == NCOR::Broadcast::COMPONENT_TYPE_SUBTITLE;
+    const size_t capacity = subtitles ? HbbtvAVComponentInfo::kSubtitleEntries : HbbtvAVComponentInfo::kAVEntries;
+    const size_t recorded = std::min(number<size_t>(line, "recorded"), capacity);
+    for (size_t k = 0; k < recorded; ++k) {
+        const Json& c = line.value("c" + std::to_string(k), Json::object());
+        if (subtitles) {
+            HbbtvAVComponentInfo::SubtitleEntry& entry = info.subtitleEntries[k];
+            entry.flagA = number<uint8_t>(c, "flagA");
+            entry.flagB = number<uint8_t>(c, "flagB");
+            entry.valueP = number<uint32_t>(c, "valueP");
+            entry.language = textOf(c, "language").c_str();
+        } else {
+            HbbtvAVComponentInfo::AVEntry& entry = info.avEntries[k];
+            entry.flagA = number<uint8_t>(c, "flagA");
+            entry.flagB = number<uint8_t>(c, "flagB");
+            entry.valueP = number<uint32_t>(c, "valueP");
+            entry.valueQ = number<uint32_t>(c, "valueQ");
+            entry.valueR = number<uint32_t>(c, "valueR");
+            entry.valueS = number<uint32_t>(c, "valueS");
+            entry.language = textOf(c, "language").c_str();
+        }
+    }
+}
+
 class ReplayHost : public hbbtv_sim::SimulatedHost {
 public:
     explicit ReplayHost(const std::vector<Json>& recorded)
@@ -243,6 +292,10 @@ public:
                     lineupWriter(lineupFrom(data))(request, answer);
                 } else if (data["name"] == "schedule") {
                     scheduleWriter(scheduleFrom(data))(request, answer);
+                } else if (data["name"] == "siDescriptors") {
+                    siDescriptorsWriter(descriptorsFrom(data))(request, answer);
+                } else if (data["name"] == "components") {
+                    writeRecordedComponents(data, answer);
                 }
             }
         });
@@ -512,7 +565,16 @@ std::vector<Json> readTrace(const std::string& path)
     unsigned number = 0;
     while (std::getline(in, text)) {
         ++number;
+        // A recording whose process died ends in zero bytes, perhaps after a line cut short:
+        // nothing before a zero byte is a whole line.
+        const size_t zero = text.find_last_of('\0');
+        if (zero != std::string::npos) {
+            text.erase(0, zero + 1);
+        }
         Json line = Json::parse(text, nullptr, false);
+        if (zero != std::string::npos && (text.empty() || line.is_discarded())) {
+            continue;
+        }
         if (line.is_discarded() || !line.is_object() || !line["kind"].is_string()) {
             throw ScenarioError(path + ":" + std::to_string(number) + " is not a trace line");
         }

@@ -15,8 +15,9 @@
 
 namespace hbbtv_simulator {
 
-// The lines of the trace's last recording (the file is appended to), in file order; ScenarioError
-// when the file cannot be read or holds a line that is not a trace line.
+// The lines of the trace's last recording (the file is appended to), in file order, without the
+// zero bytes and the line cut short that a killed recording leaves at its end; ScenarioError when
+// the file cannot be read or holds another line that is not a trace line.
 std::vector<Json> readTrace(const std::string& path);
 
 struct Divergence {

@@ -1,5 +1,12 @@
 // How a replay compares its own trace with the recording: per kind and name, in order, without
-// the fields that change from run to run, and what the library only received is not compared.
+// the fields that change from run to run, and what the library only received is not compared; and
+// how it reads a recording whose process was killed.
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+
 #include <gtest/gtest.h>
 
 #include "TraceReplay.h"
@@ -7,6 +14,7 @@
 using hbbtv_simulator::compareTraces;
 using hbbtv_simulator::Divergence;
 using hbbtv_simulator::Json;
+using hbbtv_simulator::readTrace;
 
 namespace {
 
@@ -73,4 +81,23 @@ TEST(TraceReplay, ComparesWhatTheLibrarySentStreamByStream)
     EXPECT_EQ("nothing", more[1].replayed);
     EXPECT_EQ("answer TunerCommand_TuneTo", more[2].stream);
     EXPECT_EQ(6u, more[2].recordedSeq);
+}
+
+TEST(TraceReplay, ReadsAKilledRecordingUpToItsLastWholeLine)
+{
+    const std::string path = std::string(getenv("TMPDIR") != nullptr ? getenv("TMPDIR") : "/tmp")
+                             + "/hbbtv-replay-killed-" + std::to_string(getpid()) + ".jsonl";
+    const std::string whole = line(1, "host", "init").dump() + "\n" + line(2, "host", "keyClick").dump() + "\n";
+    // A line cut short (its head written, then zero bytes; or zero bytes, then its tail), and
+    // the zero bytes of the window mapped ahead.
+    const std::string killed = whole + "{\"t\":3000,\"th\":7,\"ki" + std::string(40, '\0') + "\n"
+                               + std::string(9, '\0') + "\"seq\":4}\n" + std::string(4096, '\0');
+    std::ofstream(path, std::ios::binary) << killed;
+    const std::vector<Json> lines = readTrace(path);
+    ASSERT_EQ(2u, lines.size());
+    EXPECT_EQ("keyClick", lines[1]["name"]);
+
+    std::ofstream(path, std::ios::binary) << whole << "not a trace line\n";
+    EXPECT_THROW(readTrace(path), hbbtv_simulator::ScenarioError);
+    remove(path.c_str());
 }

@@ -1,9 +1,16 @@
 // The field trace: its JSON survives any text, a television's crossings come out as lines with
-// their exact fields, a full buffer drops and counts, and a capped file rotates.
+// their exact fields, lines past the window drop and are counted, a capped file rotates, and the
+// lines are in the file when the process is killed, crashes or fails the library's assertion.
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <cstdio>
 #include <fstream>
+#include <functional>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -12,6 +19,7 @@
 
 #include "HbbtvBackendGlue.Trace.h"
 #include "HbbtvBackendGlue.TraceJson.h"
+#include "HbbtvBackendRecords.h"
 #include "HbbtvBackendTVService.h"
 #include "ZR_HBBTV_KeyMapping.h"
 #include "support/Television.h"
@@ -41,6 +49,45 @@ std::vector<json> readLines(const std::string& path)
         lines.push_back(json::parse(text)); // throws, and fails the test, on a line that is not JSON
     }
     return lines;
+}
+
+std::string contentOf(const std::string& path)
+{
+    std::ifstream in(path, std::ios::binary);
+    std::ostringstream content;
+    content << in.rdbuf();
+    return content.str();
+}
+
+// Runs body in a child process that records to path; its standard output goes nowhere.
+pid_t recordInChild(const std::string& path, const std::function<void()>& body)
+{
+    fflush(stdout);
+    const pid_t child = fork();
+    if (child == 0) {
+        const int nowhere = open("/dev/null", O_WRONLY);
+        dup2(nowhere, STDOUT_FILENO);
+        const rlimit noCore = {0, 0};
+        setrlimit(RLIMIT_CORE, &noCore);
+        trace::Settings settings;
+        settings.path = path;
+        if (!trace::start(settings)) {
+            _exit(3);
+        }
+        body();
+        _exit(0);
+    }
+    return child;
+}
+
+// The signal that ended the child, or -1 when it ended otherwise.
+int signalThatEnded(pid_t child)
+{
+    int status = 0;
+    if (waitpid(child, &status, 0) != child || !WIFSIGNALED(status)) {
+        return -1;
+    }
+    return WTERMSIG(status);
 }
 
 // The lines of one kind and name.
@@ -209,14 +256,14 @@ TEST(Trace, TelevisionCrossingsComeOutWithTheirFields)
     remove(path.c_str());
 }
 
-TEST(Trace, FullBufferDropsAndCountsWhatItDropped)
+TEST(Trace, LinesPastTheWindowAreDroppedAndCounted)
 {
     const std::string path = tracePath("drops");
     trace::Settings settings;
     settings.path = path;
-    settings.bufferLines = 2;
+    settings.windowBytes = 1; // two pages: far less than the burst, so the writer falls behind
     ASSERT_TRUE(trace::start(settings));
-    const int kLines = 20000;
+    const int kLines = 2000;
     for (int i = 0; i < kLines; ++i) {
         trace::Line("test", "burst").arg("i", i);
     }
@@ -244,11 +291,11 @@ TEST(Trace, CappedFileRotatesToOnePreviousFile)
     trace::Settings settings;
     settings.path = path;
     settings.maxBytes = 4000;
-    settings.bufferLines = 100000;
     ASSERT_TRUE(trace::start(settings));
     const int kLines = 300; // about 100 bytes each: several rotations
     for (int i = 0; i < kLines; ++i) {
         trace::Line("test", "rotate").arg("i", i);
+        trace::flush(); // the writer moves the file in time, as it does at a television's pace
     }
     trace::stop();
     const std::vector<json> previous = readLines(path + ".1");
@@ -265,4 +312,98 @@ TEST(Trace, CappedFileRotatesToOnePreviousFile)
     EXPECT_EQ(kLines - 1, current.back()["i"]);
     remove(path.c_str());
     remove((path + ".1").c_str());
+}
+
+TEST(Trace, LinesAreInTheFileWhenTheProcessIsKilledOrCrashes)
+{
+    const std::string path = tracePath("killed");
+    for (const int signal : {SIGKILL, SIGSEGV}) {
+        remove(path.c_str());
+        int recorded[2];
+        ASSERT_EQ(0, pipe(recorded));
+        const pid_t child = recordInChild(path, [&] {
+            for (int i = 0; i < 100; ++i) {
+                trace::Line("test", "before").arg("i", i);
+            }
+            trace::Line("test", "last").arg("signal", signal);
+            if (signal == SIGKILL) {
+                (void)!write(recorded[1], "k", 1);
+                for (;;) {
+                    pause(); // the watchdog's kill comes 1 ms after the last line
+                }
+            }
+            std::signal(SIGSEGV, SIG_DFL);
+            usleep(1000);
+            raise(SIGSEGV);
+        });
+        ASSERT_NE(-1, child);
+        close(recorded[1]);
+        if (signal == SIGKILL) {
+            char byte = 0;
+            ASSERT_EQ(1, read(recorded[0], &byte, 1));
+            usleep(1000);
+            kill(child, SIGKILL);
+        }
+        close(recorded[0]);
+        ASSERT_EQ(signal, signalThatEnded(child));
+
+        // Whole lines, then only the zero bytes of the window that was mapped ahead of them.
+        const std::string content = contentOf(path);
+        const size_t end = content.rfind('\n') + 1;
+        EXPECT_GT(content.size(), end);
+        EXPECT_EQ(std::string::npos, content.find_first_not_of('\0', end));
+        std::istringstream text(content.substr(0, end));
+        std::vector<json> lines;
+        for (std::string line; std::getline(text, line);) {
+            lines.push_back(json::parse(line));
+        }
+        ASSERT_EQ(101u, lines.size()) << signal;
+        EXPECT_EQ("last", lines.back()["name"]);
+        EXPECT_EQ(signal, lines.back()["signal"]);
+        EXPECT_EQ(101u, lines.back()["seq"].get<uint64_t>());
+    }
+
+    // A recording that starts on such a file, with a line cut short before the zero bytes, goes on
+    // after the last whole line, and stop leaves only whole lines.
+    const size_t end = contentOf(path).rfind('\n') + 1;
+    {
+        std::fstream file(path, std::ios::in | std::ios::out | std::ios::binary);
+        file.seekp(static_cast<std::streamoff>(end));
+        file << "{\"t\":12,\"th\":3,\"ki";
+    }
+    trace::Settings settings;
+    settings.path = path;
+    ASSERT_TRUE(trace::start(settings));
+    trace::Line("test", "after");
+    trace::stop();
+    const std::vector<json> lines = readLines(path);
+    ASSERT_EQ(102u, lines.size());
+    EXPECT_EQ("last", lines[100]["name"]);
+    EXPECT_EQ("after", lines[101]["name"]);
+    EXPECT_EQ(1u, lines[101]["seq"].get<uint64_t>());
+    EXPECT_EQ(end + lines[101].dump().size() + 1, contentOf(path).size());
+    remove(path.c_str());
+}
+
+TEST(Trace, LibraryAssertionKeepsTheLinesBeforeIt)
+{
+    const std::string path = tracePath("assert");
+    const pid_t child = recordInChild(path, [] {
+        trace::Line("test", "before").arg("i", 7);
+        getOperatorNewDel()->OperatorArrayDel(nullptr); // the library's assertion, then abort
+    });
+    ASSERT_NE(-1, child);
+    ASSERT_EQ(SIGABRT, signalThatEnded(child));
+    // The child's shared-memory regions carry this process's names, removed when it ends.
+    const std::vector<json> lines = readLines(path); // cut at the last line: no zero bytes
+    ASSERT_EQ(2u, lines.size());
+    EXPECT_EQ("before", lines[0]["name"]);
+    EXPECT_EQ(7, lines[0]["i"]);
+    EXPECT_EQ("assert", lines[1]["kind"]);
+    EXPECT_EQ("fail", lines[1]["name"]);
+    EXPECT_EQ("./backendglue/HbbtvBackendGlue.DataType.cpp", lines[1]["file"]);
+    EXPECT_EQ("void ClassOperatorNewDelete::OperatorArrayDel(void*)", lines[1]["function"]);
+    EXPECT_EQ(53, lines[1]["line"]);
+    EXPECT_EQ(2u, lines[1]["seq"].get<uint64_t>());
+    remove(path.c_str());
 }

@@ -151,6 +151,10 @@ int main(int argc, char** argv)
         unsigned skipped = 0;
         while (std::getline(in, text)) {
             ++number;
+            text.erase(0, text.find_last_of('\0') + 1); // zero bytes end a recording that was killed
+            if (text.empty()) {
+                continue;
+            }
             json line = json::parse(text, nullptr, false);
             if (line.is_discarded() || !line.is_object() || !line["t"].is_number() || !line["kind"].is_string()) {
                 if (++skipped <= 3) {
