@@ -288,6 +288,12 @@ void HbbtvBackendTVService::registerTvConfigurationClient(const android::sp<ITvC
     m_clientRegister->registerTvConfigurationClient(client);
 }
 
+android::sp<IDSMCCClient> HbbtvBackendTVService::dsmccClient()
+{
+    Locker<Mutex> lock(m_clientsMutex);
+    return m_dsmccClient;
+}
+
 android::sp<IChannelManagerClient> HbbtvBackendTVService::channelManagerClient()
 {
     Locker<Mutex> lock(m_clientsMutex);

@@ -165,6 +165,9 @@ public:
     bool GetHbbTVRunningStatus();
     bool CheckIfAITClientExisted();
     bool CheckIfDSMCCClientExisted();
+    // The browser's carousel client, copied under the clients' lock, which no call is ever made
+    // under: the teletext toggle reaches it here without the application manager's lock.
+    android::sp<IDSMCCClient> dsmccClient();
     bool CheckIfCMClientExisted();
 
     // ITVService, in its slot order.

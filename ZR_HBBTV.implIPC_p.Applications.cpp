@@ -113,7 +113,7 @@ void ZR_HbbtvImplPrivate::killCurrentApp()
         }
         const android::sp<IWindow>& window = windows.valueFor(windowId);
         if (window != nullptr) {
-            if (trace::on()) trace::Line("event", "closeWindow").arg("windowId", window->getId());
+            if (trace::on()) trace::Line("event", "closeWindow").arg("windowId", windowId);
             window->close();
         }
     }

@@ -174,15 +174,14 @@ void ZR_HbbtvImplPrivate::notifyTimezoneChanged(const char* timezone)
 
 int ZR_HbbtvImplPrivate::toggleDigitalTeletext()
 {
-    // The lock is held only to read the client: the calls to the browser are made without it.
-    android::sp<IDSMCCClient> client;
-    {
-        Locker<Mutex> lock(m_mutex);
-        if (_gotKilled) {
-            return 2;
-        }
-        client = m_dsmccClient;
+    // No lock of the manager: whoever holds m_mutex across a slow browser call must not hold up
+    // the toggle, nor the agent thread when the host toggles from inside a hand-over. The TV
+    // service keeps the same client.
+    HbbtvBackendTVService* const service = m_tvServiceUnlocked;
+    if (_gotKilled || m_tornDown || service == nullptr) {
+        return 2;
     }
+    const android::sp<IDSMCCClient> client = service->dsmccClient();
     if (client == nullptr) {
         return 2;
     }

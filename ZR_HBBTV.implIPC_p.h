@@ -147,9 +147,9 @@ public:
     void notifyLoadProgress(int loadId, int percent) override;
     void notifyLoadComplete(int loadId) override;
     void notifyLoadFailed(int loadId, const std::string& url, int error) override;
-    void notifyWindowPainted(int windowId, int x, int y, int width, int height) override;
     void notifyKeyEventConsumed(int eventId, bool consumed) override;
     void notifyInitialLayoutCompleted(int loadId) override;
+    void notifyWindowPainted(int windowId, int x, int y, int width, int height) override;
 
     // Lifecycle and binding.
     int init();

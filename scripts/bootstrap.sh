@@ -33,7 +33,7 @@ native_pkgs=(
   android-libbase-dev android-libcutils-dev
   nlohmann-json3-dev libxml2-utils
 )
-delivery_pkgs=(dpkg-dev file lintian)
+delivery_pkgs=(dpkg-dev file lintian abigail-tools)
 fuzz_pkgs=(clang libclang-rt-14-dev)
 chromium_pkgs=(chromium)
 armhf_pkgs=(

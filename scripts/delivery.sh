@@ -1,6 +1,8 @@
 #!/usr/bin/env bash
 # CI leg "delivery": what an integrator receives, checked from the tree.
-#  1. native release build; install into a temporary prefix and check the layout
+#  1. native release build (with debug information, which the packages strip); install into a
+#     temporary prefix and check the layout; the installed library's ABI against the baseline
+#     (scripts/abi-check.sh)
 #  2. Debian packages (cpack) checked with lintian; installed with dpkg, their files where they
 #     belong, the installed simulator plays the built-in scenario; removed again at the end
 #  3. the host example against the install: through find_package (with the development platform
@@ -61,7 +63,7 @@ play_scenario() {
 # ---- 1. release build, install into a prefix ---------------------------------------------------
 step "release build"
 native=build/delivery-$arch
-cmake --preset release -B "$native" -DHBBTV_BUILD_TESTS=OFF >/dev/null
+cmake --preset release -B "$native" -DHBBTV_BUILD_TESTS=OFF -DCMAKE_CXX_FLAGS=-g >/dev/null
 cmake --build "$native"
 
 step "install into a temporary prefix"
@@ -93,6 +95,8 @@ case "$(runpath_of "$libdir/libhbbtvbackendglue.so.$version")" in
 esac
 cmake -DNM=nm -DLIBRARY="$libdir/libhbbtvbackendglue.so.$version" \
       -DALLOWED=CreateHbbtvWrapper,DestroyHbbtvWrapper -P cmake/CheckExports.cmake
+step "ABI against the baseline"
+scripts/abi-check.sh "$prefix"
 [ "$("$prefix/bin/hbbtv_simulator" --version)" = "hbbtv_simulator $version" ] || fail "simulator --version"
 play_scenario "$libdir/libhbbtvbackendglue.so.$major" "$prefix/bin/hbbtv_simulator"
 

@@ -18,7 +18,7 @@ void SimulatedWindow::close()
 {
     {
         std::lock_guard<std::mutex> lock(m_mutex);
-        ++m_closeCalls;
+        m_calls.push_back("close");
     }
     if (const android::sp<SimulatedBrowserService> browser = m_browser.promote()) {
         browser->windowClosed(m_id);
@@ -27,13 +27,15 @@ void SimulatedWindow::close()
 
 int SimulatedWindow::getId()
 {
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_calls.push_back("getId");
     return m_id;
 }
 
-unsigned int SimulatedWindow::closeCalls() const
+std::vector<std::string> SimulatedWindow::calls() const
 {
     std::lock_guard<std::mutex> lock(m_mutex);
-    return m_closeCalls;
+    return m_calls;
 }
 
 // ---- The browser service ------------------------------------------------------------------------

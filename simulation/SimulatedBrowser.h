@@ -101,14 +101,15 @@ public:
     int getId() override;
 
     const std::string& url() const { return m_url; }
-    unsigned int closeCalls() const;
+    // Every call the glue made on this window, by name ("close", "getId"), in order.
+    std::vector<std::string> calls() const;
 
 private:
     const int m_id;
     const std::string m_url;
     const android::wp<SimulatedBrowserService> m_browser;
     mutable std::mutex m_mutex;
-    unsigned int m_closeCalls = 0;
+    std::vector<std::string> m_calls;
 };
 
 class SimulatedBrowserService : public BnYXTService {

@@ -8,11 +8,13 @@
 #include <future>
 #include <string>
 #include <unistd.h>
+#include <vector>
 
 #include <gtest/gtest.h>
 
 #include "HbbtvBackendGlue.ServiceAgent.h"
 #include "HbbtvBackendTVService.h"
+#include "ZR_HBBTV.implIPC_p.h"
 #include "support/Television.h"
 
 using hbbtv_test::Television;
@@ -185,6 +187,21 @@ TEST(HostReentrancy, CompletionsAndTeletextAreNotHeldUpByALaunchThatIsStillLooki
     ASSERT_TRUE(tv.browser.publish());
     launch.join();
     EXPECT_EQ(1u, tv.browser.service()->record().clientRegistrations);
+}
+
+// Whoever holds the manager's lock (a slow browser call under it, or a host callback that toggles
+// from inside a hand-over while another thread waits for the agent) does not hold up the toggle.
+TEST(HostReentrancy, TeletextToggleTakesNoLockOfTheManager)
+{
+    Television tv;
+    tv.browser.dsmccClient()->setTeletextAnswer(1);
+    ZR_HBBTV_Core::ZR_HbbtvImplPrivate::m_mutex.lock();
+    std::future<int> toggled = std::async(std::launch::async, [&] { return tv.wrapper->toggleDigitalTeletext(); });
+    const bool done = toggled.wait_for(kWait) == std::future_status::ready;
+    ZR_HBBTV_Core::ZR_HbbtvImplPrivate::m_mutex.unlock();
+    EXPECT_TRUE(done) << "the toggle waited for the manager's lock";
+    EXPECT_EQ(2, toggled.get()); // switched on, then reset with 0
+    EXPECT_EQ((std::vector<int>{1, 0}), tv.browser.dsmccClient()->record().teletextToggles);
 }
 
 TEST(HostReentrancy, AfterDeinitRequestsEndAtOnceAndLateCompletionsAreStillTaken)

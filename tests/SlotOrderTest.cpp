@@ -11,6 +11,7 @@
 #include "IYXTClient.h"
 #include "IYXTMMClient.h"
 #include "IYXTService.h"
+#include "ZR_HBBTV.implIPC_p.h"
 #include "ZR_HbbtvImplInterface.h"
 #include "support/SlotIndex.h"
 
@@ -69,6 +70,24 @@ TEST(SlotOrder, HostBoundary)
             slotIndex(&W::forceReleaseMMResource), slotIndex(&W::notifySignalLost),
             slotIndex(&W::notifyTunerPlundered) },
         "ZR_HbbtvImplInterface");
+}
+
+// The application manager's own table: the host's ten operations, the two destructor entries, the
+// register's four, then the browser's reports in the manager's order, which puts
+// notifyWindowPainted last where IYXTClient has it before notifyKeyEventConsumed.
+TEST(SlotOrder, ApplicationManager)
+{
+    typedef ZR_HBBTV_Core::ZR_HbbtvImplPrivate M;
+    EXPECT_EQ(0, slotIndex(&M::HBBTV_CommandHandler));
+    EXPECT_EQ(9, slotIndex(&M::HBBTV_NotifyMultimediaSubtitleComponentDataChanged));
+    expectConsecutive(12,
+        { slotIndex(&M::registerAITSignallingClient), slotIndex(&M::registerChannelManagerClient),
+            slotIndex(&M::registerDSMCCClient), slotIndex(&M::registerTvConfigurationClient),
+            slotIndex(&M::notifyNewWindow), slotIndex(&M::notifyWindowClosed), slotIndex(&M::notifyLoadStarted),
+            slotIndex(&M::notifyLoadProgress), slotIndex(&M::notifyLoadComplete), slotIndex(&M::notifyLoadFailed),
+            slotIndex(&M::notifyKeyEventConsumed), slotIndex(&M::notifyInitialLayoutCompleted),
+            slotIndex(&M::notifyWindowPainted) },
+        "ZR_HbbtvImplPrivate");
 }
 
 TEST(SlotOrder, BrowserServiceAndWindow)

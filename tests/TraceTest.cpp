@@ -104,6 +104,33 @@ std::vector<json> find(const std::vector<json>& lines, const std::string& kind, 
 
 } // namespace
 
+// Recording adds no call to the browser: killCurrentApp names the window it closes by the id it
+// already has, so each window hears the same calls with recording on as with it off.
+TEST(Trace, RecordingAddsNoCallToTheBrowsersWindows)
+{
+    hbbtv_test::Television tv;
+    hbbtv_sim::SimulatedBrowserService& browser = *tv.browser.service();
+    const android::sp<hbbtv_sim::SimulatedWindow> broadcast = browser.addWindow(1, "http://broadcast/");
+    const android::sp<hbbtv_sim::SimulatedWindow> off = browser.addWindow(5, "http://off/");
+    tv.wrapper->killCurrentApp();
+
+    const std::string path = tracePath("kill");
+    trace::Settings settings;
+    settings.path = path;
+    ASSERT_TRUE(trace::start(settings));
+    const android::sp<hbbtv_sim::SimulatedWindow> on = browser.addWindow(6, "http://on/");
+    tv.wrapper->killCurrentApp();
+    trace::stop();
+
+    EXPECT_EQ(std::vector<std::string>{"close"}, off->calls());
+    EXPECT_EQ(off->calls(), on->calls());
+    EXPECT_TRUE(broadcast->calls().empty());
+    const std::vector<json> closed = find(readLines(path), "event", "closeWindow");
+    ASSERT_EQ(1u, closed.size());
+    EXPECT_EQ(6, closed[0]["windowId"]);
+    remove(path.c_str());
+}
+
 TEST(Trace, JsonEscapesAwkwardTextAndReadsBack)
 {
     const std::string valid[] = {
