@@ -99,6 +99,7 @@ public:
             for (unsigned int n = seed; !m_stop; ++n) {
                 callWrapper(wrapper, n);
                 ++m_wrapperCalls;
+                std::this_thread::sleep_for(std::chrono::microseconds(100));
             }
         });
     }
@@ -241,14 +242,16 @@ CycleOutcome runCycle(const LifecycleOptions& options, const std::string& self, 
         outcome.failure = "hung: killed after " + std::to_string(static_cast<int>(options.timeLimitSeconds)) + " s";
     } else if (WIFSIGNALED(status)) {
         outcome.failure = std::string("killed by signal ") + strsignal(WTERMSIG(status));
-    } else if (WEXITSTATUS(status) != 0 || outcome.result.empty()) {
-        outcome.failure = "exit status " + std::to_string(WEXITSTATUS(status));
+    } else if (outcome.result.empty()) {
+        outcome.failure = "exit status " + std::to_string(WEXITSTATUS(status)) + " without a result";
+    } else if (WEXITSTATUS(status) != 0 && parseResult(outcome.result)["ok"] == 1) {
+        outcome.failure = "exit status " + std::to_string(WEXITSTATUS(status)) + " after its result";
     } else {
         outcome.exited = true;
     }
     if (!outcome.exited || parseResult(outcome.result)["ok"] != 1) {
-        printf("  cycle %d (seed %s, HBBTV_SHM_SUFFIX=%s) failed: %s\n", cycle, seed.c_str(), suffix.c_str(),
-               outcome.failure.empty() ? outcome.result.c_str() : outcome.failure.c_str());
+        printf("  cycle %d (seed %s, HBBTV_SHM_SUFFIX=%s) failed: %s", cycle, seed.c_str(), suffix.c_str(),
+               outcome.failure.empty() ? outcome.result.c_str() : (outcome.failure + "\n").c_str());
         printTail(logPath, 40);
         fflush(stdout);
     }
@@ -268,13 +271,13 @@ LifecycleReport runLifecycle(const LifecycleOptions& options, const std::string&
         const CycleOutcome outcome = runCycle(options, self, cycle);
         report.longestCycleSeconds
             = std::max(report.longestCycleSeconds, std::chrono::duration<double>(Clock::now() - cycleStart).count());
-        if (!outcome.exited) {
-            ++report.failed;
+        std::map<std::string, double> r = parseResult(outcome.result);
+        const bool passed = outcome.exited && r["ok"] == 1;
+        report.passed += passed;
+        report.failed += !passed;
+        if (outcome.result.empty()) {
             continue;
         }
-        std::map<std::string, double> r = parseResult(outcome.result);
-        report.passed += r["ok"] == 1;
-        report.failed += r["ok"] != 1;
         report.browserCalls += static_cast<size_t>(r["browserCalls"]);
         report.wrapperCalls += static_cast<size_t>(r["wrapperCalls"]);
         report.callsAfterDeinit += static_cast<size_t>(r["callsAfterDeinit"]);

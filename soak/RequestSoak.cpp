@@ -293,7 +293,9 @@ int main(int argc, char** argv)
         ZR_HbbtvImplInterface* const wrapper = CreateHbbtvWrapper();
         host.setWrapper(wrapper);
         wrapper->init(&host);
-        passed = runRequests(options, host, wrapper, tap) && passed;
+        if (options.requests > 0) {
+            passed = runRequests(options, host, wrapper, tap) && passed;
+        }
         if (options.stall.seconds > 0) {
             browser.publish();
             wrapper->launchBrowser();
