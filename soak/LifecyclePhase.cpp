@@ -137,22 +137,34 @@ std::map<std::string, double> parseResult(const std::string& line)
     return values;
 }
 
-void printTail(const char* path, size_t lines)
+// A failed cycle's log: from the first sanitizer or assertion report on, or else its last lines.
+void printLog(const char* path)
 {
+    const size_t kLines = 60;
     FILE* const file = fopen(path, "r");
     if (file == nullptr) {
         return;
     }
-    std::deque<std::string> tail;
+    std::deque<std::string> shown;
+    bool reportFound = false;
     char line[1024];
     while (fgets(line, sizeof(line), file) != nullptr) {
-        tail.push_back(line);
-        if (tail.size() > lines) {
-            tail.pop_front();
+        if (!reportFound && (strstr(line, "ERROR: AddressSanitizer") != nullptr || strstr(line, "runtime error:") != nullptr
+                                || strstr(line, "WARNING: ThreadSanitizer") != nullptr
+                                || strstr(line, "ERROR: LeakSanitizer") != nullptr || strstr(line, "ASSERT FAIL") != nullptr)) {
+            reportFound = true;
+            shown.clear();
+        }
+        if (reportFound && shown.size() >= kLines) {
+            continue;
+        }
+        shown.push_back(line);
+        if (shown.size() > kLines) {
+            shown.pop_front();
         }
     }
     fclose(file);
-    for (const std::string& kept : tail) {
+    for (const std::string& kept : shown) {
         printf("    | %s", kept.c_str());
     }
 }
@@ -252,7 +264,7 @@ CycleOutcome runCycle(const LifecycleOptions& options, const std::string& self, 
     if (!outcome.exited || parseResult(outcome.result)["ok"] != 1) {
         printf("  cycle %d (seed %s, HBBTV_SHM_SUFFIX=%s) failed: %s", cycle, seed.c_str(), suffix.c_str(),
                outcome.failure.empty() ? outcome.result.c_str() : (outcome.failure + "\n").c_str());
-        printTail(logPath, 40);
+        printLog(logPath);
         fflush(stdout);
     }
     unlink(logPath);

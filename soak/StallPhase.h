@@ -1,7 +1,8 @@
 // The stall: the host answers nothing for a while, with a short budget on every request it takes,
 // while browser threads ask for every operation that reaches it; then it recovers and reports
 // every request it held. What the library keeps for the host must stay within its bounds, the
-// region must hold, and once every report is in, the region is back where it was.
+// region must never fill (no request refused), and once every report is in, the region is back
+// where it was.
 #ifndef HBBTV_SOAK_STALL_PHASE_H
 #define HBBTV_SOAK_STALL_PHASE_H
 
@@ -32,6 +33,7 @@ struct StallReport {
     size_t maxKeptRequests = 0;
     size_t highWater = 0;         // bytes of the region cut into nodes at the end
     size_t regionSize = 0;
+    bool regionFull = false;      // no room was left for the largest record
     RegionUse before, peak, after;
     SoakHost::Recovery recovery;
     size_t keptBytesAfter = 0;
