@@ -26,6 +26,7 @@ public:
     ~LifecycleServer();
     LifecycleServer(const LifecycleServer&) = delete;
     LifecycleServer& operator=(const LifecycleServer&) = delete;
+    // Paired: deleting keeps the storage, with a tombstone in it (see above).
     static void* operator new(size_t size);
     static void operator delete(void* storage);
 

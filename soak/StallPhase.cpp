@@ -20,7 +20,7 @@ using Clock = std::chrono::steady_clock;
 
 namespace {
 
-// The most a request asks of the region: its payload, the component list's answer and a result.
+// The largest record a request asks of the region: the component list's answer.
 size_t largestNode()
 {
     return ZR_HBBTV_Core::shm_allocator::nodeSizeFor(sizeof(HbbtvServiceRequestAVInfoAnswer));
@@ -143,9 +143,8 @@ StallReport runStall(const StallOptions& options, SoakHost& host, ZR_HBBTV_Core:
 
 void printStall(const StallReport& r)
 {
-    printf("\nstall: the host answered nothing for %.1f s (budget lowered to %u ms as it took each request), "
-           "%d threads\n",
-           r.options.seconds, r.options.budgetMs, r.options.threads);
+    printf("\nstall: %.1f s of a host that answers nothing, %d threads, budgets lowered to %u ms\n", r.options.seconds,
+           r.options.threads, r.options.budgetMs);
     printf("  %-34s %zu (%zu operations)\n", "browser calls", r.calls, r.operations);
     printf("  %-34s %zu (%zu component lists)\n", "requests held by the host", r.held, r.heldComponentLists);
     printf("  %-34s %zu%s\n", "refused, region full", r.refused,

@@ -1,9 +1,9 @@
 #include "StdoutTap.h"
 
 #include <fcntl.h>
-#include <cerrno>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
