@@ -210,8 +210,9 @@ SimulatedHost::AnswerWriter SimulatedHost::lineupWriter(std::vector<LineupChanne
         if (pool == nullptr) {
             return;
         }
-        uint32_t areaSize = 0;
-        memcpy(&areaSize, pool, sizeof(areaSize));
+        // The library rewrites the size word at every request for the pool, atomically, while other
+        // requests may be with the host.
+        const uint32_t areaSize = __atomic_load_n(reinterpret_cast<const uint32_t*>(pool), __ATOMIC_RELAXED);
         if (areaSize < 4 * kPoolEntriesOffset) {
             return; // not a pool this host knows
         }

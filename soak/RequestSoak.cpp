@@ -1,13 +1,27 @@
-// hbbtv_request_soak: browser threads send requests through the TV service against a simulated
-// host that answers on time, slowly, twice, late, never, for unknown tickets and with garbage.
-// Every request carries a value the host echoes, so that an answer that reaches the wrong
-// requester is caught. At the end the host reports what it still held, and the shared region must
-// be back where it started.
+// hbbtv_request_soak: the request path and the host's lifecycle under load, in three phases.
+//
+// Requests: browser threads send requests through the TV service against a simulated host that
+// answers on time, slowly, twice, late, never, for unknown tickets and with garbage. Every request
+// carries a value the host echoes, so that an answer that reaches the wrong requester is caught.
+// At the end the host reports what it still held, and the shared region must be back where it
+// started.
+//
+// Stall: the host answers nothing for a while as browser threads ask for every operation that
+// reaches it, then reports everything it held (see StallPhase.h).
+//
+// Lifecycle: init, launchBrowser, load and deinit with calls in flight, the host's server deleted
+// after every deinit, each cycle in a process of its own (see LifecyclePhase.h).
 //
 //   hbbtv_request_soak [--requests N] [--threads N] [--margin-ms N] [--seed N]
+//                      [--stall-s S] [--stall-budget-ms N] [--cycles N] [--cycle-threads N]
 //
 // Exits non-zero on any crossed answer, lost or early wake-up, a request given up later than its
-// deadline plus the margin, or region blocks left in use.
+// deadline plus the margin, region blocks left in use after the requests or the stall, what is
+// kept for the host past its bounds, a refusal while the region had room, a call into a deleted
+// host or into a host after its deinit returned, or a cycle whose process failed (an abort or a
+// sanitizer report). --stall-s 0 and --cycles 0 leave those phases out.
+#include <limits.h>
+#include <sys/mman.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -15,8 +29,6 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
-#include <mutex>
 #include <random>
 #include <string>
 #include <thread>
@@ -24,40 +36,56 @@
 
 #include "HbbtvBackendGlue.MemoryPool.h"
 #include "HbbtvBackendTVService.h"
-#include "SimulatedHost.h"
+#include "LifecyclePhase.h"
+#include "SimulatedBrowser.h"
+#include "SoakHost.h"
+#include "StallPhase.h"
+#include "StdoutTap.h"
 #include "ZR_HbbtvImplInterface.h"
 
 using namespace ZR_HBBTV_Core;
-using hbbtv_sim::HostDecision;
+using namespace hbbtv_soak;
 using Clock = std::chrono::steady_clock;
 
 namespace {
 
-// How the host treats a request; the requester puts it in param2, the echo value in param1.
-enum Kind { OnTime, Slow, Twice, Garbage, Late, Never, UnknownTicket, kKinds };
-const char* const kKindNames[kKinds] = { "on time", "slow", "twice", "garbage", "late", "never", "unknown ticket" };
-
 // Per million requests. Late, never and unknown tickets each cost their requester the 1000 ms of
-// an empty budget; never and unknown tickets stay with the host until the end, so together they
-// stay below what the agent keeps for the host.
+// an empty budget; never and unknown tickets stay with the host until the end (unless the library
+// frees them first, to keep what it keeps for the host within its bounds).
 const unsigned kPerMillion[kKinds] = { 955600, 30000, 5000, 8000, 1200, 100, 100 };
-
-const int kCommand = DVBMediaPlayer_OpenVideo;
 
 struct Options {
     unsigned long requests = 1000000;
     int threads = 16;
     double marginMs = 50;
     unsigned seed = 1;
+    StallOptions stall;
+    LifecycleOptions lifecycle;
+    bool lifecycleChild = false;
 };
+
+void usage(const char* program, int status)
+{
+    printf("usage: %s [--requests N] [--threads N] [--margin-ms N] [--seed N]\n"
+           "       [--stall-s S] [--stall-budget-ms N] [--cycles N] [--cycle-threads N]\n",
+           program);
+    exit(status);
+}
 
 Options parse(int argc, char** argv)
 {
     Options options;
     for (int i = 1; i < argc; ++i) {
         const std::string arg = argv[i];
+        if (arg == "--help") {
+            usage(argv[0], 0);
+        }
+        if (arg == "--lifecycle-child") {
+            options.lifecycleChild = true;
+            continue;
+        }
         const char* value = i + 1 < argc ? argv[i + 1] : nullptr;
-        if (value == nullptr && arg != "--help") {
+        if (value == nullptr) {
             fprintf(stderr, "%s needs a value\n", arg.c_str());
             exit(2);
         }
@@ -65,80 +93,27 @@ Options parse(int argc, char** argv)
             options.requests = strtoul(value, nullptr, 10);
         } else if (arg == "--threads") {
             options.threads = std::max(1, atoi(value));
+            options.stall.threads = options.threads;
         } else if (arg == "--margin-ms") {
             options.marginMs = atof(value);
         } else if (arg == "--seed") {
             options.seed = static_cast<unsigned>(strtoul(value, nullptr, 10));
+            options.lifecycle.seed = options.seed;
+        } else if (arg == "--stall-s") {
+            options.stall.seconds = std::max(0.0, atof(value));
+        } else if (arg == "--stall-budget-ms") {
+            options.stall.budgetMs = static_cast<unsigned>(strtoul(value, nullptr, 10));
+        } else if (arg == "--cycles") {
+            options.lifecycle.cycles = std::max(0, atoi(value));
+        } else if (arg == "--cycle-threads") {
+            options.lifecycle.threads = std::max(1, atoi(value));
         } else {
-            printf("usage: %s [--requests N] [--threads N] [--margin-ms N] [--seed N]\n", argv[0]);
-            exit(arg == "--help" ? 0 : 2);
+            usage(argv[0], 2);
         }
         ++i;
     }
     return options;
 }
-
-// The simulated host, which also keeps what it never answers, to report it when told to.
-class SoakHost : public hbbtv_sim::SimulatedHost {
-public:
-    SoakHost()
-    {
-        setRecordRequests(false);
-        setDecider([](const HbbtvCommandPayload& request) {
-            HostDecision decision;
-            switch (request.param2) {
-            case Slow: decision.delayMs = 1 + static_cast<unsigned>(request.param1) % 5; break;
-            case Twice: decision.kind = HostDecision::AnswerTwice; break;
-            case Late: decision.delayMs = 1200 + static_cast<unsigned>(request.param1) % 800; break;
-            case Never: decision.kind = HostDecision::Never; break;
-            case UnknownTicket: decision.kind = HostDecision::UnknownTicket; break;
-            default: break;
-            }
-            return decision;
-        });
-        setAnswerWriter([](const HbbtvCommandPayload& request, HbbtvServiceRequestAnswer& answer) {
-            if (request.param2 == Garbage) {
-                std::minstd_rand random(static_cast<unsigned>(request.param1));
-                unsigned char* const bytes = reinterpret_cast<unsigned char*>(&answer);
-                for (size_t i = 0; i < sizeof(answer); ++i) {
-                    bytes[i] = static_cast<unsigned char>(random());
-                }
-                answer.valid = 1;
-                return;
-            }
-            answer.intValue1 = request.param1;
-            answer.intValue2 = static_cast<int32_t>(request.ticket);
-            answer.strValue1 = ("echo " + std::to_string(request.param1)).c_str();
-            answer.valid = 1;
-        });
-    }
-
-    void HBBTV_ServiceRequestHandler(void* payload, void* answer) override
-    {
-        const HbbtvCommandPayload* const request = static_cast<const HbbtvCommandPayload*>(payload);
-        if (request->param2 == Never || request->param2 == UnknownTicket) {
-            std::lock_guard<std::mutex> lock(m_heldMutex);
-            m_held.push_back(const_cast<HbbtvCommandPayload*>(request));
-        }
-        SimulatedHost::HBBTV_ServiceRequestHandler(payload, answer);
-    }
-
-    // The host finally reports every request it kept.
-    size_t reportHeld(ZR_HbbtvImplInterface* wrapper)
-    {
-        std::lock_guard<std::mutex> lock(m_heldMutex);
-        for (HbbtvCommandPayload* payload : m_held) {
-            wrapper->notifyHbbtvServiceRequestFinished(payload);
-        }
-        const size_t reported = m_held.size();
-        m_held.clear();
-        return reported;
-    }
-
-private:
-    std::mutex m_heldMutex;
-    std::vector<HbbtvCommandPayload*> m_held;
-};
 
 struct Counts {
     std::atomic<unsigned long> sent{0}, answered{0}, givenUp{0}, crossed{0}, early{0}, garbage{0};
@@ -170,7 +145,7 @@ void sendOne(HbbtvBackendTVService& service, Kind kind, int echo, Counts& counts
 {
     const bool answerExpected = kind == OnTime || kind == Slow || kind == Twice || kind == Garbage;
     std::unique_ptr<HbbtvServiceRequestAnswer> answer = HbbtvServiceRequestAnswer::create();
-    std::unique_ptr<HbbtvCommandPayload> payload(new HbbtvCommandPayload(static_cast<HbbtvBackendCommand>(kCommand),
+    std::unique_ptr<HbbtvCommandPayload> payload(new HbbtvCommandPayload(static_cast<HbbtvBackendCommand>(kEchoCommand),
         echo, kind));
     // Requests the host will not answer in time get an empty budget: given up after the agent's
     // 1000 ms.
@@ -202,55 +177,25 @@ void sendOne(HbbtvBackendTVService& service, Kind kind, int echo, Counts& counts
     }
 }
 
-// Blocks of the shared region in use, read from the allocator's own summary.
-size_t regionBlocksInUse()
+std::string ownPath()
 {
-    fflush(stdout);
-    char path[] = "/tmp/hbbtv_soak_XXXXXX";
-    const int file = mkstemp(path);
-    const int saved = dup(STDOUT_FILENO);
-    dup2(file, STDOUT_FILENO);
-    getBackendMemAllocator()->dumpInfo();
-    fflush(stdout);
-    dup2(saved, STDOUT_FILENO);
-    close(saved);
-    size_t used = 0;
-    FILE* const dump = fdopen(file, "r");
-    rewind(dump);
-    char line[256];
-    while (fgets(line, sizeof(line), dump) != nullptr) {
-        unsigned count;
-        if (sscanf(line, "used list:%u", &count) == 1) {
-            used += count;
-        }
-    }
-    fclose(dump);
-    unlink(path);
-    return used;
+    char path[PATH_MAX];
+    const ssize_t length = readlink("/proc/self/exe", path, sizeof(path) - 1);
+    return length > 0 ? std::string(path, static_cast<size_t>(length)) : std::string();
 }
 
-} // namespace
-
-int main(int argc, char** argv)
+// The request phase; returns whether it passed.
+bool runRequests(const Options& options, SoakHost& host, ZR_HbbtvImplInterface* wrapper, StdoutTap& tap)
 {
-    const Options options = parse(argc, argv);
-    // A region of this process's own, so that the soak never shares one with a test or simulator.
-    const std::string suffix = "_soak" + std::to_string(getpid());
-    setenv("HBBTV_SHM_SUFFIX", suffix.c_str(), 0);
-
-    SoakHost host;
-    ZR_HbbtvImplInterface* const wrapper = CreateHbbtvWrapper();
-    host.setWrapper(wrapper);
-    wrapper->init(&host);
     HbbtvBackendTVService* const service = HbbtvBackendTVService::instantiate(nullptr, nullptr);
     {
         // The region's first blocks and the agent exist from here on.
         std::unique_ptr<HbbtvServiceRequestAnswer> answer = HbbtvServiceRequestAnswer::create();
         std::unique_ptr<HbbtvCommandPayload> payload(new HbbtvCommandPayload(
-            static_cast<HbbtvBackendCommand>(kCommand), 0, OnTime));
+            static_cast<HbbtvBackendCommand>(kEchoCommand), 0, OnTime));
         service->sendServiceRequest(payload, answer);
     }
-    const size_t blocksBefore = regionBlocksInUse();
+    const size_t blocksBefore = tap.regionUse().blocks;
 
     Counts counts;
     std::atomic<unsigned long> next{0};
@@ -295,11 +240,11 @@ int main(int argc, char** argv)
 
     // The host reports what it kept; late answers still on their way arrive meanwhile.
     std::this_thread::sleep_for(std::chrono::milliseconds(2100));
-    const size_t reported = host.reportHeld(wrapper);
-    size_t blocksAfter = regionBlocksInUse();
+    const size_t reported = host.reportHeld(wrapper, tap);
+    size_t blocksAfter = tap.regionUse().blocks;
     for (int i = 0; i < 100 && (blocksAfter != blocksBefore || getServiceAgent()->givenUpRequests() != 0); ++i) {
         std::this_thread::sleep_for(std::chrono::milliseconds(20));
-        blocksAfter = regionBlocksInUse();
+        blocksAfter = tap.regionUse().blocks;
     }
     finished = true;
     watchdog.join();
@@ -315,18 +260,60 @@ int main(int argc, char** argv)
     printf("  %-34s %lu\n", "lost", lost);
     printf("  %-34s %lu\n", "double or early wake-ups", counts.early.load());
     printf("  %-34s %.1f ms (margin %.0f ms)\n", "worst lateness past deadline", worstMs, options.marginMs);
-    printf("  %-34s %zu before, %zu after (%zu reported at the end)\n", "region blocks in use", blocksBefore,
-        blocksAfter, reported);
+    printf("  %-34s %zu before, %zu after (%zu reported at the end, %zu freed unreported)\n", "region blocks in use",
+        blocksBefore, blocksAfter, reported, tap.neverFinishedCount());
     printf("  host behaviour:");
     for (int kind = 0; kind < kKinds; ++kind) {
         printf(" %s %lu%s", kKindNames[kind], counts.byKind[kind].load(), kind + 1 < kKinds ? "," : "\n");
     }
-    const bool passed = counts.crossed == 0 && lost == 0 && counts.early == 0 && worstMs <= options.marginMs
+    return counts.crossed == 0 && lost == 0 && counts.early == 0 && worstMs <= options.marginMs
         && blocksAfter == blocksBefore;
-    printf("%s\n", passed ? "PASSED" : "FAILED");
+}
 
-    host.setWrapper(nullptr);
-    DestroyHbbtvWrapper(wrapper);
-    backendMallocUninit();
+} // namespace
+
+int main(int argc, char** argv)
+{
+    const Options options = parse(argc, argv);
+    if (options.lifecycleChild) {
+        return runLifecycleChild(options.lifecycle, 3);
+    }
+    const Clock::time_point start = Clock::now();
+    // A region of this process's own, so that the soak never shares one with a test or simulator.
+    const std::string suffix = "_soak" + std::to_string(getpid());
+    setenv("HBBTV_SHM_SUFFIX", suffix.c_str(), 0);
+
+    bool passed = true;
+    {
+        StdoutTap tap;
+        SoakHost host;
+        hbbtv_sim::SimulatedBrowser browser;
+        ZR_HbbtvImplInterface* const wrapper = CreateHbbtvWrapper();
+        host.setWrapper(wrapper);
+        wrapper->init(&host);
+        if (options.requests > 0) {
+            passed = runRequests(options, host, wrapper, tap) && passed;
+        }
+        if (options.stall.seconds > 0) {
+            browser.publish();
+            wrapper->launchBrowser();
+            browser.registerClients();
+            const StallReport stall = runStall(options.stall, host, wrapper, browser, tap);
+            printStall(stall);
+            passed = stall.passed && passed;
+        }
+        host.setWrapper(nullptr);
+        DestroyHbbtvWrapper(wrapper);
+        backendMallocUninit();
+        shm_unlink(channelListRegionName());
+        fflush(stdout);
+    }
+    if (options.lifecycle.cycles > 0) {
+        const LifecycleReport lifecycle = runLifecycle(options.lifecycle, ownPath());
+        printLifecycle(lifecycle);
+        passed = lifecyclePassed(lifecycle) && passed;
+    }
+    printf("\nsoak: %.1f s in all\n%s\n", std::chrono::duration<double>(Clock::now() - start).count(),
+        passed ? "PASSED" : "FAILED");
     return passed ? 0 : 1;
 }
