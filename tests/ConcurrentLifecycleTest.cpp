@@ -19,6 +19,7 @@
 #include <gtest/gtest.h>
 
 #include "support/AssertDeath.h"
+#include "HbbtvBackendGlue.ServiceAgent.h"
 #include "support/Television.h"
 #include "ZR_HBBTV.implIPC_p.h"
 
@@ -41,6 +42,8 @@ public:
     std::atomic<int> insideLoading{0};
     std::atomic<bool> holdLoading{false};
     std::atomic<bool> deinitFromLoading{false};
+    std::atomic<int> insideRequest{0};
+    std::atomic<bool> holdRequests{false};
     ZR_HBBTV_Core::ZR_HbbtvImplInterface* wrapper = nullptr;
 
     void HBBTV_CommandHandler(void* command) override
@@ -51,6 +54,10 @@ public:
     void HBBTV_ServiceRequestHandler(void* payload, void* answer) override
     {
         arrive();
+        ++insideRequest;
+        while (holdRequests) {
+            std::this_thread::sleep_for(milliseconds(1));
+        }
         SimulatedHost::HBBTV_ServiceRequestHandler(payload, answer);
     }
     void HBBTV_HeartBeatNotification() override
@@ -247,6 +254,41 @@ TEST(ConcurrentLifecycle, DeinitReturnsOnlyOnceNoCallIntoTheHostIsRunning)
     tv.browser.die();
     EXPECT_EQ(0, tv.host.callsAfterGone);
     EXPECT_EQ(1u, tv.host.record().loading.size());
+}
+
+TEST(ConcurrentLifecycle, ARequestHandedOverAfterDeinitFinishesAtOnceWithoutReachingTheHost)
+{
+    DepartingTelevision tv;
+    tv.host.holdRequests = true;
+    std::thread first([&] {
+        NCOR::ChannelTunerData channel;
+        tv.browser.tvService()->getCurrentChannel(channel);
+    });
+    ASSERT_TRUE(waitFor([&] { return tv.host.insideRequest == 1; }));
+    // The second passes the service before teardown and waits in the agent's queue behind the first.
+    bool secondAnswered = true;
+    std::chrono::steady_clock::time_point secondDone;
+    std::thread second([&] {
+        NCOR::ChannelTunerData channel;
+        secondAnswered = tv.browser.tvService()->getCurrentChannel(channel);
+        secondDone = std::chrono::steady_clock::now();
+    });
+    ASSERT_TRUE(waitFor([] { return ZR_HBBTV_Core::GetServiceTask::live() == 2; }));
+    std::thread host([&] {
+        tv.wrapper->deinit();
+        tv.host.gone = true;
+    });
+    ASSERT_TRUE(waitFor([&] { return !tv.wrapper->isBrowserReady(); }));
+    const auto released = std::chrono::steady_clock::now();
+    tv.host.holdRequests = false;
+    host.join();
+    second.join();
+    first.join();
+    // Its budget is ten seconds and the agent's one more: it ended as soon as the agent got to it.
+    EXPECT_LT(secondDone - released, std::chrono::seconds(2));
+    EXPECT_FALSE(secondAnswered);
+    EXPECT_EQ(1, tv.host.insideRequest);
+    EXPECT_EQ(0, tv.host.callsAfterGone);
 }
 
 TEST(ConcurrentLifecycle, DeinitFromInsideCallbacksOnTwoThreadsReturnsOnBoth)

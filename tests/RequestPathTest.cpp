@@ -314,6 +314,31 @@ TEST(RequestPath, AHostRewritingTheTicketOfAGivenUpRequestStillWritesIntoLiveRec
     EXPECT_TRUE(givenUpRecordsAllFreed());
 }
 
+TEST(RequestPath, AGivenUpScheduleKeepsItsResultVectorForTheHostUntilItReportsFinished)
+{
+    LateHost host;
+    getServiceAgent()->start(&host);
+    hbbtv_sim::SimulatedHost unused;
+    const android::sp<HbbtvBackendTVService> service = new HbbtvBackendTVService(&unused, nullptr);
+    std::vector<NCOR::ProgrammeData*> programmes;
+    EXPECT_FALSE(service->getAllProgrammesForChannel(NCOR::ChannelTunerData(), programmes));
+    EXPECT_TRUE(programmes.empty());
+    ASSERT_EQ(1u, host.taken.size());
+    // Payload, answer and the vector its address word points at, all kept.
+    EXPECT_EQ(shm_allocator::nodeSizeFor(sizeof(HbbtvCommandPayloadWithStrParams)) +
+                  shm_allocator::nodeSizeFor(sizeof(HbbtvServiceRequestAnswer)) +
+                  shm_allocator::nodeSizeFor(sizeof(std::vector<HbbtvEPGInformation>)),
+              getServiceAgent()->givenUpBytes());
+    // The host fills the vector late, as it would in time (AddressSanitizer reports it if freed).
+    auto* const schedule = static_cast<std::vector<HbbtvEPGInformation>*>(
+        hbbtv_sim::fromHostWireAddress(host.taken[0].payload->resultAddress));
+    schedule->resize(40);
+    host.taken[0].answer->valid = 1;
+    EXPECT_EQ(1u, getServiceAgent()->givenUpRequests());
+    host.finishAll();
+    EXPECT_TRUE(givenUpRecordsAllFreed());
+}
+
 TEST(RequestPath, TheWholeBinderPoolAskingForTheLargestRecordsOfAStalledHostNeverFillsTheRegion)
 {
     LateHost host;
