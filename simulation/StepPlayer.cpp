@@ -13,6 +13,8 @@ using ZR_HBBTV_Core::ZR_HbbtvImplInterface;
 namespace {
 
 const std::chrono::seconds kStuck(5);
+const std::chrono::milliseconds kPromptKey(200);
+const unsigned int kKeyAnswerMs = 5;
 
 // The part of a record that came after the first `from` entries.
 template <typename T> std::vector<T> since(const std::vector<T>& all, size_t from)
@@ -202,9 +204,14 @@ json StepPlayer::act(const std::string& step, const json& a)
     } else if (step == "key_click") {
         const bool press = a.at("press").get<bool>();
         const bool release = a.at("release").get<bool>();
-        m_browser.service()->setKeyReplier(
-            [press, release](const KeyEvent& event) { return KeyReply{true, event.pressed == 1 ? press : release, 0}; });
-        return m_wrapper->keyClick(a.at("key").get<unsigned int>());
+        // The browser answers after a few milliseconds, when keyClick waits already: it must return
+        // with the verdict well before the 0.3 s that a key never answered costs.
+        m_browser.service()->setKeyReplier([press, release](const KeyEvent& event) {
+            return KeyReply{true, event.pressed == 1 ? press : release, kKeyAnswerMs};
+        });
+        const auto begin = std::chrono::steady_clock::now();
+        const bool consumed = m_wrapper->keyClick(a.at("key").get<unsigned int>());
+        return json{consumed, std::chrono::steady_clock::now() - begin < kPromptKey};
     } else if (step == "ait") {
         return m_wrapper->newAITNotification(a.at("version").get<unsigned int>(), aitWith(a.at("applications").get<int>()));
     } else if (step == "no_ait") {
