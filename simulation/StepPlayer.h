@@ -30,7 +30,7 @@ public:
     // on_time, late (after kLateMs), twice, never, too_late (after the budget it lowered), garbage
     // (random bytes, valid set), short_budget (lowered, answered within it), rewritten_ticket
     // (reported under a ticket word it rewrote).
-    static const unsigned int kLateMs = 20;
+    static const unsigned int kLateMs = 50;
     static const unsigned int kGiveUpBudgetMs = 20; // never, too_late, rewritten_ticket
     static const unsigned int kTooLateMs = 150;
     static const unsigned int kShortBudgetMs = 300; // short_budget, answered after kLateMs

@@ -91,8 +91,7 @@ std::vector<ArgumentSpec> programmeFields()
 StepSpec played(const char* name, const char* help, std::vector<ArgumentSpec> arguments)
 {
     ArgumentSpec expect = plainArg("expect", ArgumentKind::Any,
-        "what must reach the host and the browser during the step, by kind, and the step's \"result\" "
-        "({} for nothing); as the property tests print it");
+        "what must arrive during the step, and its result ({} for nothing), as the property tests print it");
     arguments.push_back(optional(expect, nullptr));
     return { name, help, std::move(arguments) };
 }
@@ -121,13 +120,15 @@ std::vector<StepSpec> playedSteps()
         played("ait", "the host passes an AIT with applications 1..n, one transport each (newAITNotification)",
             { integerArg("version", 0, kU32, "the AIT's version"),
                 integerArg("applications", 0, 64, "how many applications") }),
-        played("no_ait", "the host says there is no AIT (noAITNotification)", { integerArg("value", 0, kU16, "") }),
+        played("no_ait", "the host says there is no AIT (noAITNotification)",
+            { integerArg("value", 0, kU16, "the value passed with it") }),
         played("prepare_application", "the host reserves an application id (prepareCreateApplication)", {}),
         played("create_application", "the host opens an application in a window (createApplication)",
             { integerArg("app", INT_MIN, INT_MAX, "the application id"), url }),
         played("close_user_apps", "the host closes the applications it opened (closeUserCreatedApps)", {}),
         played("channel_changed", "the host changed the channel (notifyChannelChanged)",
-            { integerArg("onid", 0, kU16, ""), integerArg("sid", 0, kU16, ""), integerArg("major", 0, kU16, "") }),
+            { integerArg("onid", 0, kU16, "the network"), integerArg("sid", 0, kU16, "the service"),
+                integerArg("major", 0, kU16, "the channel number") }),
         played("programme_changed", "the programme changed (notifyProgrammeChanged)", {}),
         played("locale", "the host's locale changed (notifyLocaleChanged)", { stringArg("value", "the locale") }),
         played("timezone", "the host's time zone changed (notifyTimezoneChanged)",
@@ -149,7 +150,7 @@ std::vector<StepSpec> playedSteps()
                 choiceArg("kind", { "parental", "audio_description", "country", "stop_video" }, "what is asked"),
                 choiceArg("host", { "on_time", "late", "twice", "never", "too_late", "garbage", "short_budget",
                     "rewritten_ticket" }, "how the host treats it"),
-                value }),
+                integerArg("value", INT_MIN, INT_MAX, "what the host answers: intValue1, and \"c<value>\" in strValue1") }),
         played("await_request", "the browser's request comes back; its result is the step's",
             { integerArg("id", 0, INT_MAX, "the request's number") }),
     };
