@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <chrono>
 #include <random>
-#include <thread>
 
 namespace hbbtv_sim {
 

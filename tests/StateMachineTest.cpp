@@ -201,6 +201,9 @@ struct AppModel {
         return step;
     }
 
+    // The steps that end a scenario as a host ends: the wrapper destroyed.
+    Json closing() const { return phase != TornDown ? Json::array({{{"step", "deinit"}}}) : Json::array(); }
+
     // What must reach the host and the browser during the step, and its result.
     Json predict(const Json& step)
     {
@@ -395,6 +398,19 @@ struct RequestModel {
         return {{"step", name}};
     }
 
+    // Every request collected, then the wrapper destroyed.
+    Json closing() const
+    {
+        Json steps = Json::array();
+        for (const auto& request : pending) {
+            steps.push_back({{"step", "await_request"}, {"id", request.first}});
+        }
+        if (!tornDown) {
+            steps.push_back({{"step", "deinit"}});
+        }
+        return steps;
+    }
+
     Json predict(const Json& step)
     {
         const std::string& name = nameOf(step);
@@ -470,8 +486,9 @@ template <typename Model> struct Step : rc::state::Command<Model, Stage> {
     void show(std::ostream& out) const override { out << step.dump(); }
 };
 
-// The sequence as a scenario file: the start, then every step with what must arrive. Written
-// for every failing case, so the file left is that of the last, shrunk one.
+// The sequence as a scenario file: the start, every step with what must arrive, and the steps
+// that end it as a host ends. Written for every failing case, so the file left is that of the
+// last, shrunk one.
 template <typename Model>
 std::string writeScenario(const std::string& name, const rc::state::Commands<rc::state::Command<Model, Stage>>& commands)
 {
@@ -482,10 +499,19 @@ std::string writeScenario(const std::string& name, const rc::state::Commands<rc:
     for (const Json& step : kStart) {
         text += "  " + step.dump() + ",\n";
     }
-    for (size_t i = 0; i < commands.size(); ++i) {
-        Json step = static_cast<const Step<Model>&>(*commands[i]).step;
+    Json steps = Json::array();
+    for (const auto& command : commands) {
+        steps.push_back(static_cast<const Step<Model>&>(*command).step);
+    }
+    for (Json& step : steps) {
         step["expect"] = model.predict(step);
-        text += "  " + step.dump() + (i + 1 < commands.size() ? ",\n" : "\n");
+    }
+    for (Json step : model.closing()) {
+        step["expect"] = model.predict(step);
+        steps.push_back(step);
+    }
+    for (size_t i = 0; i < steps.size(); ++i) {
+        text += "  " + steps[i].dump() + (i + 1 < steps.size() ? ",\n" : "\n");
     }
     text += "]\n";
     std::ofstream(path) << text;
