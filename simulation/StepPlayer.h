@@ -46,7 +46,7 @@ public:
 
     // Plays one step with checked arguments and returns what reached the host and the browser
     // during it, by kind, with the step's "result" where it has one (key_click's is keyClick's
-    // value and whether it came within 200 ms). Kinds where nothing arrived
+    // value and whether it returned within 150 ms of the browser's verdict). Kinds where nothing arrived
     // are left out: a step that must reach nobody gives {}.
     nlohmann::json play(const std::string& step, const nlohmann::json& arguments);
 

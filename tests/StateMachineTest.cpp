@@ -307,7 +307,7 @@ struct AppModel {
             }
             const bool consumed
                 = code != codes.end() && (step.at("press").get<bool>() || step.at("release").get<bool>());
-            arrives["result"] = Json::array({consumed, true}); // and within 200 ms
+            arrives["result"] = Json::array({consumed, true}); // and woken by the verdict
         } else if (name == "ait") {
             arrives["ait"] = Json::array({{step.at("version"), step.at("applications"), step.at("applications")}});
             arrives["result"] = true;
