@@ -54,11 +54,14 @@ ZR_HBBTV_Core::AITApps aitWith(int applications)
 
 StepPlayer::StepPlayer(SimulatedHost& host, SimulatedBrowser& browser, ZR_HbbtvImplInterface*& wrapper,
                        CreateWrapper create, DestroyWrapper destroy)
-    : m_host(host), m_browser(browser), m_wrapper(wrapper), m_create(create), m_destroy(destroy)
+    : m_host(host), m_browser(browser), m_wrapper(wrapper), m_create(create), m_destroy(destroy),
+      m_hostSide(std::make_shared<HostSide>())
 {
-    m_host.setDecider([this](const HbbtvCommandPayload& request) { return decide(request); });
-    m_host.setAnswerWriter(
-        [this](const HbbtvCommandPayload& request, HbbtvServiceRequestAnswer& answer) { write(request, answer); });
+    const std::shared_ptr<HostSide> hostSide = m_hostSide;
+    m_host.setDecider([hostSide](const HbbtvCommandPayload& request) { return hostSide->decide(request); });
+    m_host.setAnswerWriter([hostSide](const HbbtvCommandPayload& request, HbbtvServiceRequestAnswer& answer) {
+        hostSide->write(request, answer);
+    });
 }
 
 StepPlayer::~StepPlayer()
@@ -256,16 +259,16 @@ json StepPlayer::act(const std::string& step, const json& a)
 
 // ---- Requests -----------------------------------------------------------------------------------
 
-HostDecision StepPlayer::decide(const HbbtvCommandPayload& request)
+HostDecision StepPlayer::HostSide::decide(const HbbtvCommandPayload& request)
 {
     Pending pending{"on_time", 0};
     {
-        std::lock_guard<std::mutex> lock(m_mutex);
-        if (!m_next.empty()) {
-            pending = m_next.front();
-            m_next.pop_front();
+        std::lock_guard<std::mutex> lock(mutex);
+        if (!next.empty()) {
+            pending = next.front();
+            next.pop_front();
         }
-        m_byTicket[request.ticket] = pending;
+        byTicket[request.ticket] = pending;
     }
     const std::string& b = pending.behaviour;
     HostDecision decision;
@@ -285,13 +288,13 @@ HostDecision StepPlayer::decide(const HbbtvCommandPayload& request)
     return decision;
 }
 
-void StepPlayer::write(const HbbtvCommandPayload& request, HbbtvServiceRequestAnswer& answer)
+void StepPlayer::HostSide::write(const HbbtvCommandPayload& request, HbbtvServiceRequestAnswer& answer)
 {
     Pending pending{"on_time", 0};
     {
-        std::lock_guard<std::mutex> lock(m_mutex);
-        const auto found = m_byTicket.find(request.ticket);
-        if (found != m_byTicket.end()) {
+        std::lock_guard<std::mutex> lock(mutex);
+        const auto found = byTicket.find(request.ticket);
+        if (found != byTicket.end()) {
             pending = found->second;
         }
     }
@@ -322,8 +325,8 @@ json StepPlayer::startRequest(const json& a)
         return "the browser holds no TV service";
     }
     {
-        std::lock_guard<std::mutex> lock(m_mutex);
-        m_next.push_back(Pending{behaviour, a.at("value").get<int>()});
+        std::lock_guard<std::mutex> lock(m_hostSide->mutex);
+        m_hostSide->next.push_back(Pending{behaviour, a.at("value").get<int>()});
     }
     const size_t handedOver = m_host.record().requests.size();
     // On a thread of its own, as the browser's binder threads call: the step ends once the host has
@@ -352,9 +355,9 @@ json StepPlayer::startRequest(const json& a)
                 break; // answered within the millisecond: the host records a request before it answers
             }
             // Refused before the host saw it: its behaviour goes unused.
-            std::lock_guard<std::mutex> lock(m_mutex);
-            if (!m_next.empty()) {
-                m_next.pop_back();
+            std::lock_guard<std::mutex> lock(m_hostSide->mutex);
+            if (!m_hostSide->next.empty()) {
+                m_hostSide->next.pop_back();
             }
             m_behaviourOf[id] = "refused";
             break;

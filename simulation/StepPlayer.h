@@ -9,6 +9,7 @@
 #include <deque>
 #include <future>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -65,14 +66,22 @@ private:
         std::string behaviour;
         int value;
     };
+    // What the host's decider and answer writer read, on the agent's and the host's threads. Shared
+    // with them: a late answer may still be written after the player is gone.
+    struct HostSide {
+        std::mutex mutex;
+        std::deque<Pending> next;              // behaviours of requests not yet handed over, in order
+        std::map<unsigned int, Pending> byTicket; // and of those handed over
+
+        HostDecision decide(const HbbtvCommandPayload& request);
+        void write(const HbbtvCommandPayload& request, HbbtvServiceRequestAnswer& answer);
+    };
 
     Snapshot snapshot() const;
     static nlohmann::json arrived(const Snapshot& before, const Snapshot& after);
     nlohmann::json act(const std::string& step, const nlohmann::json& a);
     nlohmann::json startRequest(const nlohmann::json& a);
     nlohmann::json awaitRequest(int id);
-    HostDecision decide(const HbbtvCommandPayload& request);
-    void write(const HbbtvCommandPayload& request, HbbtvServiceRequestAnswer& answer);
 
     SimulatedHost& m_host;
     SimulatedBrowser& m_browser;
@@ -80,9 +89,7 @@ private:
     const CreateWrapper m_create;
     const DestroyWrapper m_destroy;
 
-    std::mutex m_mutex; // the host's thread and the agent's read these
-    std::deque<Pending> m_next;              // behaviours of requests not yet handed over, in order
-    std::map<unsigned int, Pending> m_byTicket; // and of those handed over
+    const std::shared_ptr<HostSide> m_hostSide;
     std::map<int, std::shared_future<nlohmann::json>> m_requests; // by the step's id
     std::map<int, std::string> m_behaviourOf;
 };
