@@ -12,7 +12,7 @@ using ZR_HBBTV_Core::ZR_HbbtvImplInterface;
 namespace {
 
 const std::chrono::seconds kStuck(5);
-const std::chrono::milliseconds kPromptKey(150);
+const std::chrono::milliseconds kPromptKey(200);
 const unsigned int kKeyAnswerMs = 5;
 
 // The part of a record that came after the first `from` entries.

@@ -33,8 +33,8 @@ public:
     // (reported under a ticket word it rewrote).
     static const unsigned int kLateMs = 50;
     static const unsigned int kGiveUpBudgetMs = 20; // never, too_late, rewritten_ticket
-    static const unsigned int kTooLateMs = 150;
-    static const unsigned int kShortBudgetMs = 300; // short_budget, answered after kLateMs
+    static const unsigned int kTooLateMs = 400;
+    static const unsigned int kShortBudgetMs = 1000; // short_budget, answered after kLateMs
 
     // From here on the player decides how the host answers (the host's decider and answer writer
     // are its own). wrapper is the host's current wrapper, which deinit and init_again replace.
@@ -47,8 +47,8 @@ public:
 
     // Plays one step with checked arguments and returns what reached the host and the browser
     // during it, by kind, with the step's "result" where it has one (key_click's is keyClick's
-    // value and whether it returned within 150 ms of the browser's verdict). Kinds where nothing arrived
-    // are left out: a step that must reach nobody gives {}.
+    // value and whether it returned within 200 ms of the browser's verdict). Kinds where nothing
+    // arrived are left out: a step that must reach nobody gives {}.
     nlohmann::json play(const std::string& step, const nlohmann::json& arguments);
 
     // "" when what arrived is what was expected, otherwise both.
