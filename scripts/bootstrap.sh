@@ -31,7 +31,7 @@ native_pkgs=(
   libgtest-dev libgmock-dev googletest libbenchmark-dev
   android-libutils-dev android-liblog-dev android-platform-frameworks-native-headers
   android-libbase-dev android-libcutils-dev
-  nlohmann-json3-dev libxml2-utils
+  nlohmann-json3-dev libxml2-utils librapidcheck-dev
 )
 delivery_pkgs=(dpkg-dev file lintian abigail-tools)
 fuzz_pkgs=(clang libclang-rt-14-dev)
@@ -39,7 +39,7 @@ chromium_pkgs=(chromium)
 armhf_pkgs=(
   g++-arm-linux-gnueabihf qemu-user
   android-libutils-dev:armhf android-liblog-dev:armhf
-  libgtest-dev:armhf libgmock-dev:armhf
+  libgtest-dev:armhf libgmock-dev:armhf librapidcheck-dev:armhf
 )
 
 missing() {

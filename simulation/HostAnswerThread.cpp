@@ -33,6 +33,9 @@ void HostAnswerThread::post(const HbbtvCommandPayload* payload, HbbtvServiceRequ
 {
     // Decided on the issuing thread, as the host would when it takes the request.
     const HostDecision decision = m_decide(*payload);
+    if (decision.budgetMs != 0) {
+        const_cast<HbbtvCommandPayload*>(payload)->timeoutMs = decision.budgetMs;
+    }
     const std::chrono::steady_clock::time_point now = std::chrono::steady_clock::now();
     // The wrapper takes the payload back as a plain pointer: the host returns what it was given.
     Job job{const_cast<HbbtvCommandPayload*>(payload), PayloadCopy(), answer, decision};

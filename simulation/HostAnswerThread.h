@@ -27,6 +27,9 @@ struct HostDecision {
     };
     Kind kind = Answer;
     unsigned int delayMs = 0; // how long after the hand-over the host acts
+    // When not 0, the host lowers the request's budget (timeoutMs) to this while it takes the
+    // request, as a host that has less time to give does.
+    unsigned int budgetMs = 0;
 };
 
 class HostAnswerThread {

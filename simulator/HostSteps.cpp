@@ -434,6 +434,7 @@ const std::vector<StepAction>& stepActions()
     static const std::vector<StepAction> actions = [] {
         std::vector<StepAction> all = hostStepActions();
         all.insert(all.end(), broadcastStepActions().begin(), broadcastStepActions().end());
+        all.insert(all.end(), playedStepActions().begin(), playedStepActions().end());
         return all;
     }();
     return actions;

@@ -9,6 +9,7 @@
 #include <chrono>
 #include <functional>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -19,6 +20,7 @@
 #include "ScenarioFile.h"
 #include "SimulatedBrowser.h"
 #include "SimulatedHost.h"
+#include "StepPlayer.h"
 #include "ZR_HbbtvImplInterface.h"
 
 namespace hbbtv_simulator {
@@ -80,6 +82,8 @@ public:
     DestroyWrapperFunction destroy = nullptr;
     ZR_HBBTV_Core::ZR_HbbtvImplInterface* wrapper = nullptr;
     bool tornDown = false;
+    // Plays the steps that the property tests print (made at the first of them, after boot).
+    std::unique_ptr<hbbtv_sim::StepPlayer> player;
     // What the browser learnt: the channel list, the components listed by type.
     std::vector<ListedChannel> channels;
     std::map<int, std::vector<NCOR::AVComponentData>> components;

@@ -86,9 +86,79 @@ std::vector<ArgumentSpec> programmeFields()
     };
 }
 
+// A step of the operations that the property tests play one at a time (simulation/StepPlayer):
+// what reached the host and the browser during the step is compared with "expect" when given.
+StepSpec played(const char* name, const char* help, std::vector<ArgumentSpec> arguments)
+{
+    ArgumentSpec expect = plainArg("expect", ArgumentKind::Any,
+        "what must arrive during the step, and its result ({} for nothing), as the property tests print it");
+    arguments.push_back(optional(expect, nullptr));
+    return { name, help, std::move(arguments) };
+}
+
+std::vector<StepSpec> playedSteps()
+{
+    const ArgumentSpec window = integerArg("window", 0, INT_MAX, "the window id");
+    const ArgumentSpec load = integerArg("load", INT_MIN, INT_MAX, "the browser's load id");
+    const ArgumentSpec url = stringArg("url", "the address");
+    const ArgumentSpec audio = booleanArg("audio", "audio (true) or subtitles (false)");
+    const ArgumentSpec value = integerArg("value", INT_MIN, INT_MAX, "the value passed with it");
+    return {
+        played("window_opened", "the browser reports a new window (notifyNewWindow)", { window }),
+        played("window_closed", "the browser reports a closed window (notifyWindowClosed)", { window }),
+        played("load_started", "the browser starts a load (notifyLoadStarted)", { load, url }),
+        played("load_progress", "the browser reports a load's progress (notifyLoadProgress)",
+            { load, integerArg("percent", INT_MIN, INT_MAX, "the progress in percent") }),
+        played("load_complete", "the browser completes a load (notifyLoadComplete)", { load }),
+        played("load_failed", "the browser reports a failed load (notifyLoadFailed)",
+            { load, url, integerArg("error", INT_MIN, INT_MAX, "the error") }),
+        played("layout_completed", "the browser completes a load's first layout (notifyInitialLayoutCompleted)",
+            { load }),
+        played("key_click", "the host offers a key (keyClick); the browser answers press and release as given",
+            { integerArg("key", 0, kU32, "the native key code"), booleanArg("press", "the press is consumed"),
+                booleanArg("release", "the release is consumed") }),
+        played("ait", "the host passes an AIT with applications 1..n, one transport each (newAITNotification)",
+            { integerArg("version", 0, kU32, "the AIT's version"),
+                integerArg("applications", 0, 64, "how many applications") }),
+        played("no_ait", "the host says there is no AIT (noAITNotification)",
+            { integerArg("value", 0, kU16, "the value passed with it") }),
+        played("prepare_application", "the host reserves an application id (prepareCreateApplication)", {}),
+        played("create_application", "the host opens an application in a window (createApplication)",
+            { integerArg("app", INT_MIN, INT_MAX, "the application id"), url }),
+        played("close_user_apps", "the host closes the applications it opened (closeUserCreatedApps)", {}),
+        played("channel_changed", "the host changed the channel (notifyChannelChanged)",
+            { integerArg("onid", 0, kU16, "the network"), integerArg("sid", 0, kU16, "the service"),
+                integerArg("major", 0, kU16, "the channel number") }),
+        played("programme_changed", "the programme changed (notifyProgrammeChanged)", {}),
+        played("locale", "the host's locale changed (notifyLocaleChanged)", { stringArg("value", "the locale") }),
+        played("timezone", "the host's time zone changed (notifyTimezoneChanged)",
+            { stringArg("value", "the time zone") }),
+        played("teletext", "the host toggles teletext (toggleDigitalTeletext); the browser answers as given",
+            { integerArg("answer", INT_MIN, INT_MAX, "the browser's answer to the toggle") }),
+        played("select_media", "the host selects a media component (selectMMAudioComponent, selectMMSubtitleComponent)",
+            { audio, value }),
+        played("media_components", "the browser reports its media components (notify...ComponentsChanged)",
+            { audio, integerArg("count", 0, 64, "how many components"), value }),
+        played("browser_death", "the browser process dies", {}),
+        played("rebind", "the browser is started again: it publishes its service, the host calls launchBrowser, "
+                         "the browser registers its clients", {}),
+        played("deinit", "the host destroys the wrapper (DestroyHbbtvWrapper)", {}),
+        played("init_again", "the host creates and initialises a new wrapper, then calls launchBrowser, "
+                             "isBrowserReady and prepareCreateApplication on it", {}),
+        played("request", "the browser makes a request on a thread of its own; the host treats it as given",
+            { integerArg("id", 0, INT_MAX, "the request's number in the scenario"),
+                choiceArg("kind", { "parental", "audio_description", "country", "stop_video" }, "what is asked"),
+                choiceArg("host", { "on_time", "late", "twice", "never", "too_late", "garbage", "short_budget",
+                    "rewritten_ticket" }, "how the host treats it"),
+                integerArg("value", INT_MIN, INT_MAX, "what the host answers: intValue1, and \"c<value>\" in strValue1") }),
+        played("await_request", "the browser's request comes back; its result is the step's",
+            { integerArg("id", 0, INT_MAX, "the request's number") }),
+    };
+}
+
 std::vector<StepSpec> makeVocabulary()
 {
-    return {
+    std::vector<StepSpec> steps = {
         { "boot", "the host loads the library (dlopen), calls CreateHbbtvWrapper and init; kalto.TVService appears",
             {} },
         { "publish_browser", "the browser process publishes its service com.kalto.YXTService", {} },
@@ -222,6 +292,9 @@ std::vector<StepSpec> makeVocabulary()
         { "browser_dies", "the browser process dies; the host hears HBBTV_BrowserDiedNotification", {} },
         { "teardown", "the host destroys the wrapper (DestroyHbbtvWrapper)", {} },
     };
+    const std::vector<StepSpec> more = playedSteps();
+    steps.insert(steps.end(), more.begin(), more.end());
+    return steps;
 }
 
 // ---- Checking -----------------------------------------------------------------------------------
@@ -357,6 +430,8 @@ Json checkValue(const ArgumentSpec& spec, const Json& value, const std::string& 
         return value;
     case ArgumentKind::Object:
         return checkObject(spec.fields, value, where, nullptr);
+    case ArgumentKind::Any:
+        return value;
     case ArgumentKind::Objects: {
         if (!value.is_array()) {
             throw fail("a list of objects");
@@ -428,6 +503,8 @@ const char* kindText(const ArgumentSpec& spec)
         return "object";
     case ArgumentKind::Objects:
         return "list of objects";
+    case ArgumentKind::Any:
+        return "JSON";
     }
     return "";
 }

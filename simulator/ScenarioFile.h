@@ -45,6 +45,7 @@ enum class ArgumentKind {
     Strings, // a list of texts
     Object, // an object with the fields below
     Objects, // a list of such objects
+    Any, // any JSON value, taken as it is (what a played step must see arrive)
 };
 
 struct ArgumentSpec {

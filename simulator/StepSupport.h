@@ -49,6 +49,8 @@ template <const char* Title> std::string fixedTitle(const Json&)
 // services the browser asks for (BroadcastSteps.cpp).
 const std::vector<StepAction>& hostStepActions();
 const std::vector<StepAction>& broadcastStepActions();
+// The single operations that the property tests play and print (PlayedSteps.cpp).
+const std::vector<StepAction>& playedStepActions();
 
 } // namespace hbbtv_simulator
 

@@ -18,7 +18,6 @@
 using hbbtv_sim::HostDecision;
 using hbbtv_test::Television;
 using std::chrono::milliseconds;
-using ZR_HBBTV_Core::ZR_HbbtvImplInterface;
 
 namespace {
 
@@ -76,28 +75,6 @@ TEST(EndToEnd, UnansweredRequestComesBackNotValidAfterItsBudget)
     EXPECT_EQ(0, answer->valid);
     EXPECT_GE(secondsSince(start), 1.05);
     EXPECT_EQ(1u, tv.host.record().requests.size());
-}
-
-TEST(EndToEnd, EachBrowserDeathIsToldOnceAcrossRebinds)
-{
-    Television tv;
-    ASSERT_TRUE(tv.browser.die());
-    ASSERT_TRUE(tv.host.waitForBrowserDied(1, kWait));
-    EXPECT_TRUE(tv.wrapper->isBrowserReady()); // only the death watch and the pid are reset
-    EXPECT_EQ(1u, tv.host.record().browserDied);
-
-    ASSERT_TRUE(tv.browser.publish());
-    EXPECT_TRUE(tv.wrapper->launchBrowser());
-    EXPECT_EQ(2u, tv.browser.service()->record().clientRegistrations);
-    ASSERT_TRUE(tv.browser.registerClients()); // a restarted browser registers its clients again
-    tv.browser.tvService()->stopVideo();
-    EXPECT_TRUE(tv.host.waitForCompletions(1, kWait));
-    EXPECT_EQ(1u, tv.host.record().browserDied);
-
-    // The rebound browser is watched too: its death is told once more.
-    ASSERT_TRUE(tv.browser.die());
-    ASSERT_TRUE(tv.host.waitForBrowserDied(2, kWait));
-    EXPECT_EQ(2u, tv.host.record().browserDied);
 }
 
 TEST(EndToEnd, AfterTeardownClientsAreReleasedNothingPassesAndOperationsRefuse)
@@ -174,15 +151,7 @@ TEST(EndToEnd, AfterTeardownClientsAreReleasedNothingPassesAndOperationsRefuse)
     EXPECT_EQ(0u, host.browserDied);
     EXPECT_EQ(before.keyEvents.size(), tv.browser.service()->record().keyEvents.size());
     EXPECT_TRUE(tv.browser.aitSignallingClient()->record().newAITs.empty());
-
-    // The library is initialised once per process: a new wrapper refuses what needs the manager.
-    ZR_HbbtvImplInterface* again = CreateHbbtvWrapper();
-    again->init(&tv.host);
-    EXPECT_FALSE(again->launchBrowser());
-    EXPECT_FALSE(again->isBrowserReady());
-    EXPECT_FALSE(again->keyClick(398));
-    EXPECT_EQ(0, again->prepareCreateApplication());
-    DestroyHbbtvWrapper(again);
+    // A wrapper initialised again refuses: the state-machine property.
 }
 
 TEST(EndToEnd, NullClientsAndAnUnboundBrowserAreRefusedNotFollowed)
@@ -241,18 +210,6 @@ TEST(EndToEnd, KeyClickWaitsForTheBrowsersVerdict)
     const size_t events = tv.browser.service()->record().keyEvents.size();
     EXPECT_FALSE(tv.wrapper->keyClick(12345));
     EXPECT_EQ(events, tv.browser.service()->record().keyEvents.size());
-}
-
-TEST(EndToEnd, TeletextToggleIsRemappedForTheHost)
-{
-    Television tv;
-    tv.browser.dsmccClient()->setTeletextAnswer(1);
-    EXPECT_EQ(2, tv.wrapper->toggleDigitalTeletext()); // switched on, then reset with 0
-    EXPECT_EQ((std::vector<int>{1, 0}), tv.browser.dsmccClient()->record().teletextToggles);
-    tv.browser.dsmccClient()->setTeletextAnswer(5);
-    EXPECT_EQ(0, tv.wrapper->toggleDigitalTeletext());
-    tv.browser.dsmccClient()->setTeletextAnswer(0);
-    EXPECT_EQ(1, tv.wrapper->toggleDigitalTeletext());
 }
 
 TEST(EndToEnd, DefaultBodiesAnswerThroughTheService)

@@ -88,7 +88,12 @@ TEST(ScenarioLanguage, BuiltInScenarioCoversTheEvening)
         names.push_back(step.name);
     }
     for (const StepSpec& spec : stepVocabulary()) {
-        EXPECT_NE(names.end(), std::find(names.begin(), names.end(), spec.name)) << spec.name << " is never played";
+        // The single steps that the property tests play (those with "expect") have scenarios of
+        // their own under tests/scenarios.
+        const bool single = std::any_of(spec.arguments.begin(), spec.arguments.end(),
+                                        [](const ArgumentSpec& argument) { return argument.name == "expect"; });
+        EXPECT_TRUE(single || std::find(names.begin(), names.end(), spec.name) != names.end())
+            << spec.name << " is never played";
     }
     EXPECT_EQ("boot", names.front());
     EXPECT_EQ("teardown", names.back());
