@@ -54,7 +54,8 @@ struct Options {
 Options parse(int argc, char** argv)
 {
     Options options;
-    for (int i = 1; i < argc; ++i) {
+    // Every option takes a value.
+    for (int i = 1; i < argc; i += 2) {
         const std::string arg = argv[i];
         const char* value = i + 1 < argc ? argv[i + 1] : nullptr;
         if (value == nullptr && arg != "--help") {
@@ -73,7 +74,6 @@ Options parse(int argc, char** argv)
             printf("usage: %s [--requests N] [--threads N] [--margin-ms N] [--seed N]\n", argv[0]);
             exit(arg == "--help" ? 0 : 2);
         }
-        ++i;
     }
     return options;
 }
