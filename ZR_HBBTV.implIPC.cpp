@@ -81,18 +81,29 @@ void ZR_HbbtvImpl::deinit()
     if (trace::on()) trace::flush();
 }
 
-ZR_HbbtvImpl::PrivateRef::PrivateRef(const ZR_HbbtvImpl& wrapper, bool initialisedOnly) : m_wrapper(wrapper)
+ZR_HbbtvImpl::PrivateRef::PrivateRef(const ZR_HbbtvImpl& wrapper, bool initialisedOnly)
+    : m_wrapper(wrapper), m_private(wrapper.takePrivate(initialisedOnly))
 {
-    Locker<Mutex> lock(m_wrapper.m_stateMutex);
-    if (m_wrapper.m_initialised || !initialisedOnly) {
-        m_private = m_wrapper.m_private;
-    }
 }
 
 ZR_HbbtvImpl::PrivateRef::~PrivateRef()
 {
-    Locker<Mutex> lock(m_wrapper.m_stateMutex);
-    m_private.clear();
+    m_wrapper.letGoPrivate(m_private);
+}
+
+android::sp<ZR_HbbtvImplPrivate> ZR_HbbtvImpl::takePrivate(bool initialisedOnly) const
+{
+    Locker<Mutex> lock(m_stateMutex);
+    if (m_initialised || !initialisedOnly) {
+        return m_private;
+    }
+    return nullptr;
+}
+
+void ZR_HbbtvImpl::letGoPrivate(android::sp<ZR_HbbtvImplPrivate>& reference) const
+{
+    Locker<Mutex> lock(m_stateMutex);
+    reference.clear();
 }
 
 int ZR_HbbtvImpl::toggleDigitalTeletext() const

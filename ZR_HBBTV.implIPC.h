@@ -75,6 +75,9 @@ private:
         const ZR_HbbtvImpl& m_wrapper;
         android::sp<ZR_HbbtvImplPrivate> m_private;
     };
+    // PrivateRef's two halves, out of its constructor and destructor, which the analysis skips.
+    android::sp<ZR_HbbtvImplPrivate> takePrivate(bool initialisedOnly) const HBBTV_EXCLUDES(m_stateMutex);
+    void letGoPrivate(android::sp<ZR_HbbtvImplPrivate>& reference) const HBBTV_EXCLUDES(m_stateMutex);
 
     // Serialises init and deinit; guards no field of its own. Held across the private object's init
     // and teardown, which m_stateMutex never is, so that a host call made meanwhile is refused
