@@ -148,7 +148,7 @@ public:
 
     // The owner's teardown: from here on requests are refused at once and the clients released.
     // The object itself stays, published, until its last reference goes.
-    void teardown();
+    void teardown() HBBTV_EXCLUDES(m_clientsMutex);
 
     // The request path.
     // The next ticket: 32-bit, never 0, and never the same for two requests in flight.
@@ -304,7 +304,7 @@ private:
     // Returns the answer for reading (freed when it goes).
     std::unique_ptr<HbbtvServiceRequestAnswer> sendPlainCommand(HbbtvBackendCommand command, int param1 = 0,
                                                                 int param2 = 0);
-    android::sp<IChannelManagerClient> channelManagerClient();
+    android::sp<IChannelManagerClient> channelManagerClient() HBBTV_EXCLUDES(m_clientsMutex);
     // Selects or unselects a component; both records stay until after the host's pause.
     void switchComponent(HbbtvBackendCommand command, const NCOR::AVComponentData& component);
     // Sends a command record with two texts and two integers and a plain answer, and waits.
@@ -315,12 +315,16 @@ private:
     std::atomic<uint32_t> m_ticket;
     Hbbtv_TVServer* m_tvServer;
     HbbtvBackendClientRegister* m_clientRegister;
-    android::sp<IAITSignallingClient> m_aitSignallingClient;
-    android::sp<IDSMCCClient> m_dsmccClient;
-    android::sp<IChannelManagerClient> m_channelManagerClient;
-    android::sp<ITvConfigurationClient> m_tvConfigurationClient;
-    android::sp<IRecordingManagerClient> m_recordingManagerClient;
+    android::sp<IAITSignallingClient> m_aitSignallingClient HBBTV_GUARDED_BY(m_clientsMutex);
+    android::sp<IDSMCCClient> m_dsmccClient HBBTV_GUARDED_BY(m_clientsMutex);
+    android::sp<IChannelManagerClient> m_channelManagerClient HBBTV_GUARDED_BY(m_clientsMutex);
+    android::sp<ITvConfigurationClient> m_tvConfigurationClient HBBTV_GUARDED_BY(m_clientsMutex);
+    android::sp<IRecordingManagerClient> m_recordingManagerClient HBBTV_GUARDED_BY(m_clientsMutex);
     std::vector<int> m_reserved;
+    // The two recursive pthread mutexes are taken through the vendor's plx_scope_lock and are not
+    // annotated: the analysis models no recursive lock (a nested take would read as a double lock)
+    // and cannot see inside the vendor's guard. This one serialises the tuning, window and new-app
+    // requests and guards no field; m_hbbtvStatusMutex guards m_hbbtvRunning.
     pthread_mutex_t m_tvSericeMutex;
     std::string m_reservedText1;
     std::string m_reservedText2;
@@ -330,7 +334,7 @@ private:
     pthread_mutex_t m_hbbtvStatusMutex;
     NCOR::ChannelTunerData* m_ChannelTunerDataObj;
 
-    Mutex m_clientsMutex;             // guards the five client references
+    Mutex m_clientsMutex;
     std::atomic<bool> m_tornDown;     // set by teardown: requests refused from then on
 };
 

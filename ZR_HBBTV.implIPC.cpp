@@ -29,9 +29,9 @@ void ZR_HbbtvImpl::init(Hbbtv_TVServer* server)
 {
     trace::startFromEnvironment();
     if (trace::on()) trace::Line("host", "init");
-    std::lock_guard<std::mutex> lifecycle(m_lifecycleMutex);
+    Locker<Mutex> lifecycle(m_lifecycleMutex);
     {
-        std::lock_guard<std::mutex> lock(m_stateMutex);
+        Locker<Mutex> lock(m_stateMutex);
         if (m_initialised) {
             return;
         }
@@ -42,12 +42,12 @@ void ZR_HbbtvImpl::init(Hbbtv_TVServer* server)
     }
     const android::sp<ZR_HbbtvImplPrivate> manager(created);
     {
-        std::lock_guard<std::mutex> lock(m_stateMutex);
+        Locker<Mutex> lock(m_stateMutex);
         m_private = manager;
     }
     manager->init();
     {
-        std::lock_guard<std::mutex> lock(m_stateMutex);
+        Locker<Mutex> lock(m_stateMutex);
         m_initialised = true;
     }
     m_everInitialised.store(true, std::memory_order_release);
@@ -57,10 +57,10 @@ void ZR_HbbtvImpl::deinit()
 {
     if (trace::on()) trace::Line("host", "deinit");
     {
-        std::lock_guard<std::mutex> lifecycle(m_lifecycleMutex);
+        Locker<Mutex> lifecycle(m_lifecycleMutex);
         android::sp<ZR_HbbtvImplPrivate> manager;
         {
-            std::lock_guard<std::mutex> lock(m_stateMutex);
+            Locker<Mutex> lock(m_stateMutex);
             manager = m_private;
             m_private.clear();
             m_initialised = false;
@@ -69,7 +69,7 @@ void ZR_HbbtvImpl::deinit()
         // it refusing once it is torn down.
         if (manager != nullptr) {
             manager->teardown();
-            std::lock_guard<std::mutex> lock(m_stateMutex);
+            Locker<Mutex> lock(m_stateMutex);
             manager.clear();
         }
     }
@@ -81,18 +81,29 @@ void ZR_HbbtvImpl::deinit()
     if (trace::on()) trace::flush();
 }
 
-ZR_HbbtvImpl::PrivateRef::PrivateRef(const ZR_HbbtvImpl& wrapper, bool initialisedOnly) : m_wrapper(wrapper)
+ZR_HbbtvImpl::PrivateRef::PrivateRef(const ZR_HbbtvImpl& wrapper, bool initialisedOnly)
+    : m_wrapper(wrapper), m_private(wrapper.takePrivate(initialisedOnly))
 {
-    std::lock_guard<std::mutex> lock(m_wrapper.m_stateMutex);
-    if (m_wrapper.m_initialised || !initialisedOnly) {
-        m_private = m_wrapper.m_private;
-    }
 }
 
 ZR_HbbtvImpl::PrivateRef::~PrivateRef()
 {
-    std::lock_guard<std::mutex> lock(m_wrapper.m_stateMutex);
-    m_private.clear();
+    m_wrapper.letGoPrivate(m_private);
+}
+
+android::sp<ZR_HbbtvImplPrivate> ZR_HbbtvImpl::takePrivate(bool initialisedOnly) const
+{
+    Locker<Mutex> lock(m_stateMutex);
+    if (m_initialised || !initialisedOnly) {
+        return m_private;
+    }
+    return nullptr;
+}
+
+void ZR_HbbtvImpl::letGoPrivate(android::sp<ZR_HbbtvImplPrivate>& reference) const
+{
+    Locker<Mutex> lock(m_stateMutex);
+    reference.clear();
 }
 
 int ZR_HbbtvImpl::toggleDigitalTeletext() const

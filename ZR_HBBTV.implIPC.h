@@ -4,10 +4,10 @@
 #define ZR_HBBTV_IMPLIPC_H
 
 #include <atomic>
-#include <mutex>
 
 #include <utils/StrongPointer.h>
 
+#include "HbbtvBackendGlue.Util.h"
 #include "ZR_HbbtvImplInterface.h"
 
 namespace ZR_HBBTV_Core {
@@ -19,8 +19,8 @@ public:
     ZR_HbbtvImpl();
     ~ZR_HbbtvImpl() override;
 
-    void init(Hbbtv_TVServer* server) override;
-    void deinit() override;
+    void init(Hbbtv_TVServer* server) HBBTV_EXCLUDES(m_lifecycleMutex, m_stateMutex) override;
+    void deinit() HBBTV_EXCLUDES(m_lifecycleMutex, m_stateMutex) override;
     int toggleDigitalTeletext() const override;
     void notifyChannelChanged(unsigned short, unsigned short, unsigned short) const override;
     bool newAITNotification(unsigned int aitVersion, const AITApps& apps) override;
@@ -75,15 +75,19 @@ private:
         const ZR_HbbtvImpl& m_wrapper;
         android::sp<ZR_HbbtvImplPrivate> m_private;
     };
+    // PrivateRef's two halves, out of its constructor and destructor, which the analysis skips.
+    android::sp<ZR_HbbtvImplPrivate> takePrivate(bool initialisedOnly) const HBBTV_EXCLUDES(m_stateMutex);
+    void letGoPrivate(android::sp<ZR_HbbtvImplPrivate>& reference) const HBBTV_EXCLUDES(m_stateMutex);
 
-    // Serialises init and deinit. Held across the private object's init and teardown, which
-    // m_stateMutex never is, so that a host call made meanwhile is refused rather than blocked.
-    std::mutex m_lifecycleMutex;
+    // Serialises init and deinit; guards no field of its own. Held across the private object's init
+    // and teardown, which m_stateMutex never is, so that a host call made meanwhile is refused
+    // rather than blocked.
+    Mutex m_lifecycleMutex;
     // Guards the two fields below, for as long as it takes to read or set them.
-    mutable std::mutex m_stateMutex;
+    mutable Mutex m_stateMutex;
     // Owned through its reference count: the browser holds references to it as its client.
-    android::sp<ZR_HbbtvImplPrivate> m_private;
-    bool m_initialised;
+    android::sp<ZR_HbbtvImplPrivate> m_private HBBTV_GUARDED_BY(m_stateMutex);
+    bool m_initialised HBBTV_GUARDED_BY(m_stateMutex);
     // Set by the first init and never cleared: completions are accepted from then on.
     std::atomic<bool> m_everInitialised;
 };

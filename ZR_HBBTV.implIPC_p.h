@@ -45,21 +45,21 @@ public:
     static HostCallGate& process();
 
     // True when the way is open: the call may go ahead, and leave() follows it.
-    bool enter();
-    void leave();
+    bool enter() HBBTV_EXCLUDES(m_mutex);
+    void leave() HBBTV_EXCLUDES(m_mutex);
     // Refuses every later enter().
-    void close();
+    void close() HBBTV_EXCLUDES(m_mutex);
     // Waits until every call that is not excused has left.
-    void drain();
+    void drain() HBBTV_EXCLUDES(m_mutex);
 
 private:
     HostCallGate();
 
     Mutex m_mutex;
     ThreadCondition m_left;
-    bool m_closed;
-    unsigned int m_running; // calls inside the host now
-    unsigned int m_excused; // of those, the calls of threads waiting in drain()
+    bool m_closed HBBTV_GUARDED_BY(m_mutex);
+    unsigned int m_running HBBTV_GUARDED_BY(m_mutex); // calls inside the host now
+    unsigned int m_excused HBBTV_GUARDED_BY(m_mutex); // of those, the calls of threads waiting in drain()
 };
 
 // One call into the host through the process's gate, for the object's lifetime.
@@ -152,13 +152,15 @@ public:
     void notifyWindowPainted(int windowId, int x, int y, int width, int height) override;
 
     // Lifecycle and binding.
-    int init();
+    // Stores the TV service without m_mutex: no host call reaches the manager before the wrapper
+    // publishes it under its own lock, after this returns.
+    int init() HBBTV_NO_THREAD_SAFETY_ANALYSIS;
     // The destructor's work, run when the host de-initialises: latch, TV service torn down,
     // references released. The object itself goes with its last reference.
     void teardown();
     bool launchBrowser();
     bool isBrowserReady();
-    bool startBrowser();
+    bool startBrowser() HBBTV_REQUIRES(m_mutex);
     void stopBrowser();
     char** createEnvs();
     void binderDied();
@@ -209,13 +211,15 @@ public:
     void selectMMSubtitleComponent(const HbbtvMultimediaComponentData& component);
     void forceReleaseMMResource();
 
+    // Class-wide, and the instance fields marked HBBTV_GUARDED_BY(m_mutex) are checked against it:
+    // clang names a static member the same lock whichever instance's code takes it.
     static Mutex m_mutex;
     // Serialises launchBrowser, whose look-ups run without m_mutex.
     static Mutex m_launchMutex;
     // Read without the lock where the browser's reports go straight to the host.
     static std::atomic<bool> _gotKilled;
-    static unsigned int _keyID;
-    static int _AppIDCounter; // the next user-application id, from 1; never reset
+    static unsigned int _keyID HBBTV_GUARDED_BY(m_mutex);
+    static int _AppIDCounter HBBTV_GUARDED_BY(m_mutex); // the next user-application id, from 1; never reset
 
 private:
     // Under the lock and unless killed: hands the channel manager client to send, or prints
@@ -224,27 +228,28 @@ private:
     void toChannelManager(const char* missingLine, Send send);
 
     Hbbtv_TVServer* m_server;
-    android::sp<DeathNotifier> m_deathNotifier;
-    int m_browserPid;
-    android::sp<HbbtvBackendTVService> m_tvService;
+    android::sp<DeathNotifier> m_deathNotifier HBBTV_GUARDED_BY(m_mutex);
+    int m_browserPid HBBTV_GUARDED_BY(m_mutex);
+    android::sp<HbbtvBackendTVService> m_tvService HBBTV_GUARDED_BY(m_mutex);
     // The same service for the paths that deliberately take no lock (browser load reports, the
     // running status); the service itself lives as long as the process.
     std::atomic<HbbtvBackendTVService*> m_tvServiceUnlocked;
-    android::sp<IYXTService> m_browserService;
-    android::sp<YXTMMClient> m_mmClient;
-    std::map<int, int> m_userApps;
-    std::map<unsigned int, keyInfo> m_keys;
+    android::sp<IYXTService> m_browserService HBBTV_GUARDED_BY(m_mutex);
+    android::sp<YXTMMClient> m_mmClient HBBTV_GUARDED_BY(m_mutex);
+    std::map<int, int> m_userApps HBBTV_GUARDED_BY(m_mutex);
+    std::map<unsigned int, keyInfo> m_keys HBBTV_GUARDED_BY(m_mutex);
     std::atomic<uint32_t> m_keyState; // polled without the lock by the wrapper
     // The wrapper's wait for a verdict: its own lock, never m_mutex, which launchBrowser may hold
-    // for seconds. Taken after m_mutex when a verdict arrives.
+    // for seconds. Taken after m_mutex when a verdict arrives. Guards no field: the key state is
+    // atomic, and the lock only closes the gap between its check and the wait.
     Mutex m_keyWaitMutex;
     ThreadCondition m_keyVerdict;
-    android::sp<IAITSignallingClient> m_aitSignallingClient;
-    android::sp<IChannelManagerClient> m_channelManagerClient;
-    android::sp<IDSMCCClient> m_dsmccClient;
-    android::sp<ITvConfigurationClient> m_tvConfigurationClient;
-    android::sp<IRecordingManagerClient> m_recordingManagerClient;
-    std::list<int> m_windows;
+    android::sp<IAITSignallingClient> m_aitSignallingClient HBBTV_GUARDED_BY(m_mutex);
+    android::sp<IChannelManagerClient> m_channelManagerClient HBBTV_GUARDED_BY(m_mutex);
+    android::sp<IDSMCCClient> m_dsmccClient HBBTV_GUARDED_BY(m_mutex);
+    android::sp<ITvConfigurationClient> m_tvConfigurationClient HBBTV_GUARDED_BY(m_mutex);
+    android::sp<IRecordingManagerClient> m_recordingManagerClient HBBTV_GUARDED_BY(m_mutex);
+    std::list<int> m_windows HBBTV_GUARDED_BY(m_mutex);
     std::atomic<bool> m_cookiesEnabled;
     // This object's own teardown has run. The class-wide latch refuses the guarded operations;
     // this also refuses the few that answer without the lock (a host call that took the object

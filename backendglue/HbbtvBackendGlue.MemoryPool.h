@@ -91,7 +91,8 @@ public:
         friend class shm_allocator; // gives a thread's held nodes back to the lists
 
         // One shard's free nodes of this size, oldest first, linked through the allocator's
-        // next-free words; guarded by the shard's lock.
+        // next-free words; guarded by the shard's lock. The analysis cannot name a lock picked by
+        // an index, so the functions that run under it say so instead (appendFree).
         struct alignas(64) FreeList {
             // Also read without the lock, to see whether the shard has any.
             std::atomic<uint16_t> head{kNoNode};
@@ -102,7 +103,7 @@ public:
         // Appends a free node to the shard's list: keepFree takes the shard's lock, appendFree
         // runs under it.
         void keepFree(unsigned int shard, uint16_t index);
-        void appendFree(unsigned int shard, uint16_t index);
+        void appendFree(unsigned int shard, uint16_t index) HBBTV_REQUIRES(m_owner.m_shards[shard].mutex);
         node_tag* takeListedOrFresh(unsigned int home, bool& fresh, bool exhaustionIsFatal);
         bool listFree(node_tag* node);
         // The node the thread holds of this size, in use from now on; null when it holds none or
@@ -128,7 +129,7 @@ public:
     shm_allocator(const shm_allocator&) = delete;
     shm_allocator& operator=(const shm_allocator&) = delete;
 
-    void init();
+    void init() HBBTV_EXCLUDES(m_mutex);
     // A block of at least n bytes (at least 1), 8-aligned, or null when not initialised or when
     // the request exceeds kMaxRequest.
     void* allocate(size_t n);
@@ -140,7 +141,7 @@ public:
     void* _allocateOrNull(size_t nodeSize);
     // Whether p points into the region's nodes.
     bool contains(const void* p) const;
-    void dumpInfo();
+    void dumpInfo() HBBTV_EXCLUDES(m_mutex);
 
     // Bytes of the region cut into nodes so far: the most the region has ever held at once, since
     // nothing goes back to the bump cursor.
@@ -154,15 +155,15 @@ private:
     // lock for every allocate and every free). A waiter spins briefly, then yields, then sleeps, so
     // that a holder preempted inside, or running at a lower priority on the same core, always gets
     // to finish.
-    class ShardLock {
+    class HBBTV_CAPABILITY("mutex") ShardLock {
     public:
-        void lock()
+        void lock() HBBTV_ACQUIRE()
         {
             if (m_held.exchange(true, std::memory_order_acquire)) {
                 lockContended();
             }
         }
-        void unlock() { m_held.store(false, std::memory_order_release); }
+        void unlock() HBBTV_RELEASE() { m_held.store(false, std::memory_order_release); }
 
     private:
         void lockContended();
@@ -192,11 +193,13 @@ public:
     static void giveBackHeld(void* threadNodes);
 
 private:
-    std::map<unsigned short, arena> m_arenas;
+    std::map<unsigned short, arena> m_arenas HBBTV_GUARDED_BY(m_mutex);
     // The map's arenas by node size / 8, for a lookup without a lock or a tree walk; the map stays
     // the owner and gives the ascending order of dumpInfo. Entries are set once, under m_mutex.
     std::atomic<arena*> m_arenaBySize[kMaxNodeSize / 8 + 1];
     std::atomic<bool> m_initialized;
+    // The region's place and size: written once by init under m_mutex, then read without it once
+    // m_initialized is seen set (a publication the analysis cannot follow, so not annotated).
     uint32_t m_capacity;
     unsigned char* m_base;
     unsigned char* m_start;          // the base rounded up to 8: where the first node goes

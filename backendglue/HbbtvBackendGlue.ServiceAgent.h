@@ -93,12 +93,12 @@ public:
     BackendMessageQueue(const BackendMessageQueue&) = delete;
     BackendMessageQueue& operator=(const BackendMessageQueue&) = delete;
 
-    void append(GetServiceTask* task);
-    bool appendAndCheckEmpty(GetServiceTask* task);
-    void prepend(GetServiceTask* task);
-    bool isEmpty();
-    bool killed() const;
-    void kill();
+    void append(GetServiceTask* task) HBBTV_EXCLUDES(m_mutex);
+    bool appendAndCheckEmpty(GetServiceTask* task) HBBTV_EXCLUDES(m_mutex);
+    void prepend(GetServiceTask* task) HBBTV_EXCLUDES(m_mutex);
+    bool isEmpty() HBBTV_EXCLUDES(m_mutex);
+    bool killed() const HBBTV_EXCLUDES(m_mutex);
+    void kill() HBBTV_EXCLUDES(m_mutex);
 
     // Takes the first task that accept admits, waiting until the deadline (seconds on
     // currentTime's clock). The killed flag wins over queued tasks, and a passed deadline is
@@ -106,13 +106,13 @@ public:
     // still takes a task queued at the time of the call.
     template <typename Predicate>
     GetServiceTask* waitForMessageFilteredWithTimeout(BackendMessageQueueWaitResult& result, Predicate& accept,
-                                                      double deadline);
+                                                      double deadline) HBBTV_EXCLUDES(m_mutex);
 
 protected:
     mutable Mutex m_mutex;
     ThreadCondition m_condition;
-    std::deque<GetServiceTask*> m_tasks;
-    bool m_killed;
+    std::deque<GetServiceTask*> m_tasks HBBTV_GUARDED_BY(m_mutex);
+    bool m_killed HBBTV_GUARDED_BY(m_mutex);
 };
 
 // The host path: hands a request to the host and returns at once, true if the host took it.
@@ -167,9 +167,9 @@ public:
         // deadline (the budget the host sees counts down in place), moves the requests whose
         // deadline has passed to expired, and returns the nearest deadline left (kNoDeadline if
         // none).
-        double adjustTryTime(double now, std::vector<GetServiceTask*>& expired);
+        double adjustTryTime(double now, std::vector<GetServiceTask*>& expired) HBBTV_EXCLUDES(m_mutex);
         // Removes and returns the first waiting task with this ticket, or null.
-        GetServiceTask* retriveWithTicket(unsigned int ticket);
+        GetServiceTask* retriveWithTicket(unsigned int ticket) HBBTV_EXCLUDES(m_mutex);
     };
 
     // Given-up requests whose records are kept for the host, at most this many, and their records
@@ -199,10 +199,11 @@ public:
     // was made with (never as the payload says now: the host may have written it). They are
     // destroyed when the host reports the ticket finished (at once if it already has), or, oldest
     // first, when more than kMaxGivenUpRequests requests or kMaxGivenUpBytes bytes wait for the host.
-    void holdGivenUpRecords(unsigned int ticket, const HostHeldRecord* records, size_t count);
+    void holdGivenUpRecords(unsigned int ticket, const HostHeldRecord* records, size_t count)
+        HBBTV_EXCLUDES(m_givenUpMutex);
     // Given-up requests whose records are still kept for the host, and the bytes those take.
-    size_t givenUpRequests();
-    size_t givenUpBytes();
+    size_t givenUpRequests() HBBTV_EXCLUDES(m_givenUpMutex);
+    size_t givenUpBytes() HBBTV_EXCLUDES(m_givenUpMutex);
     // Gives up the waiting requests whose deadline has passed; returns the nearest deadline left.
     double releaseTimeoutRequests(double now);
 
@@ -218,8 +219,8 @@ private:
 
     void handleCompletion(GetServiceTask* marker);
     void issue(GetServiceTask* task, double now);
-    void giveUp(GetServiceTask* task);
-    void releaseGivenUp(unsigned int ticket);
+    void giveUp(GetServiceTask* task) HBBTV_EXCLUDES(m_givenUpMutex);
+    void releaseGivenUp(unsigned int ticket) HBBTV_EXCLUDES(m_givenUpMutex);
     static void destroyRecords(const HostHeldRecord* records, size_t count);
     static void logNeverFinished(const GivenUpRequest& old, const std::string& why);
 
@@ -229,8 +230,8 @@ private:
     std::atomic<bool> m_started;
     bool m_logEnabled;
     Mutex m_givenUpMutex;
-    std::deque<GivenUpRequest> m_givenUp;
-    size_t m_givenUpBytes; // of the records held in m_givenUp; under m_givenUpMutex
+    std::deque<GivenUpRequest> m_givenUp HBBTV_GUARDED_BY(m_givenUpMutex);
+    size_t m_givenUpBytes HBBTV_GUARDED_BY(m_givenUpMutex); // of the records held in m_givenUp
     std::vector<GetServiceTask*> m_expired; // the agent thread's, reused every cycle
 };
 

@@ -6,6 +6,8 @@
 
 #include <pthread.h>
 
+#include "HbbtvBackendGlue.ThreadSafety.h"
+
 namespace ZR_HBBTV_Core {
 
 // Prints "ASSERT FAIL: <file> <function> <line>" to standard output, flushes it so that the line
@@ -18,7 +20,7 @@ int HbbtvBackendGlue_Log(const char* format, ...) __attribute__((format(printf, 
 // Seconds on CLOCK_MONOTONIC.
 double currentTime();
 
-class Mutex {
+class HBBTV_CAPABILITY("mutex") Mutex {
 public:
     Mutex();
     ~Mutex();
@@ -26,15 +28,15 @@ public:
     Mutex& operator=(const Mutex&) = delete;
 
     // Inline: the allocator takes this lock twice for every record.
-    void lock()
+    void lock() HBBTV_ACQUIRE()
     {
         const int result = pthread_mutex_lock(&m_mutex);
         if (result != 0) {
             lockFailed(result);
         }
     }
-    bool tryLock();
-    void unlock()
+    bool tryLock() HBBTV_TRY_ACQUIRE(true);
+    void unlock() HBBTV_RELEASE()
     {
         const int result = pthread_mutex_unlock(&m_mutex);
         if (result != 0) {
@@ -51,10 +53,10 @@ private:
 };
 
 template <typename M>
-class Locker {
+class HBBTV_SCOPED_CAPABILITY Locker {
 public:
-    explicit Locker(M& mutex) : m_mutex(&mutex) { m_mutex->lock(); }
-    ~Locker() { m_mutex->unlock(); }
+    explicit Locker(M& mutex) HBBTV_ACQUIRE(mutex) : m_mutex(&mutex) { m_mutex->lock(); }
+    ~Locker() HBBTV_RELEASE() { m_mutex->unlock(); }
     Locker(const Locker&) = delete;
     Locker& operator=(const Locker&) = delete;
 
@@ -71,10 +73,10 @@ public:
     ThreadCondition(const ThreadCondition&) = delete;
     ThreadCondition& operator=(const ThreadCondition&) = delete;
 
-    void wait(Mutex& mutex);
+    void wait(Mutex& mutex) HBBTV_REQUIRES(mutex);
     // Waits until signalled or until the absolute deadline (seconds, currentTime's clock).
     // Returns true only when woken before the deadline; never asserts.
-    bool timedWait(Mutex& mutex, double deadline);
+    bool timedWait(Mutex& mutex, double deadline) HBBTV_REQUIRES(mutex);
     void signal();
     void broadcast();
 

@@ -4,6 +4,7 @@
 #   scripts/bootstrap.sh          native toolchain and platform libraries
 #   scripts/bootstrap.sh --armhf  also the armhf cross toolchain, libraries and qemu
 #   scripts/bootstrap.sh --delivery  also what packaging and checking the packages need
+#   scripts/bootstrap.sh --clang  also clang, for the clang preset's thread-safety analysis
 #   scripts/bootstrap.sh --fuzz   also clang and its libFuzzer and sanitizer runtimes
 #   scripts/bootstrap.sh --chromium  also Debian's chromium, for the timeline page's test
 # (the options can be given together).
@@ -11,12 +12,14 @@ set -euo pipefail
 
 want_armhf=0
 want_delivery=0
+want_clang=0
 want_fuzz=0
 want_chromium=0
 for arg in "$@"; do
   case "$arg" in
     --armhf) want_armhf=1 ;;
     --delivery) want_delivery=1 ;;
+    --clang) want_clang=1 ;;
     --fuzz) want_fuzz=1 ;;
     --chromium) want_chromium=1 ;;
     *) echo "bootstrap: unknown option $arg" >&2; exit 2 ;;
@@ -34,7 +37,8 @@ native_pkgs=(
   nlohmann-json3-dev libxml2-utils librapidcheck-dev
 )
 delivery_pkgs=(dpkg-dev file lintian abigail-tools)
-fuzz_pkgs=(clang libclang-rt-14-dev)
+clang_pkgs=(clang)
+fuzz_pkgs=("${clang_pkgs[@]}" libclang-rt-14-dev)
 chromium_pkgs=(chromium)
 armhf_pkgs=(
   g++-arm-linux-gnueabihf qemu-user
@@ -77,6 +81,10 @@ if [ "$want_delivery" -eq 1 ]; then
 fi
 if [ "$want_chromium" -eq 1 ]; then
   mapfile -t todo < <(missing "${chromium_pkgs[@]}")
+  apt_install "${todo[@]}"
+fi
+if [ "$want_clang" -eq 1 ]; then
+  mapfile -t todo < <(missing "${clang_pkgs[@]}")
   apt_install "${todo[@]}"
 fi
 if [ "$want_fuzz" -eq 1 ]; then

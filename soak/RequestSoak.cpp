@@ -75,7 +75,8 @@ void usage(const char* program, int status)
 Options parse(int argc, char** argv)
 {
     Options options;
-    for (int i = 1; i < argc; ++i) {
+    // Every option takes a value.
+    for (int i = 1; i < argc; i += 2) {
         const std::string arg = argv[i];
         if (arg == "--help") {
             usage(argv[0], 0);
@@ -110,7 +111,6 @@ Options parse(int argc, char** argv)
         } else {
             usage(argv[0], 2);
         }
-        ++i;
     }
     return options;
 }

@@ -166,7 +166,10 @@ TEST(AppManager, AnswerWithANegativeOddEventIdCountsAsAPress)
     browser.service()->setKeyReply(KeyReply{false, false, 0}); // the test answers itself
     const android::sp<ZR_HBBTV_Core::ZR_HbbtvImplPrivate> manager = new ZR_HBBTV_Core::ZR_HbbtvImplPrivate(&host);
     ASSERT_TRUE(manager->launchBrowser());
-    ZR_HBBTV_Core::ZR_HbbtvImplPrivate::_keyID = 0xFFFFFFFEu; // the ids have come round to -2 and -1
+    {
+        ZR_HBBTV_Core::Locker<ZR_HBBTV_Core::Mutex> lock(ZR_HBBTV_Core::ZR_HbbtvImplPrivate::m_mutex);
+        ZR_HBBTV_Core::ZR_HbbtvImplPrivate::_keyID = 0xFFFFFFFEu; // the ids have come round to -2 and -1
+    }
     ASSERT_TRUE(manager->keyClick(398));
     const std::vector<KeyEvent> events = browser.service()->record().keyEvents;
     ASSERT_EQ(2u, events.size());

@@ -58,11 +58,15 @@ TEST(ThreadCondition, LargestDeadlineMeansNoLimit)
 TEST(Mutex, TryLockAndScopedLocking)
 {
     Mutex mutex;
-    EXPECT_TRUE(mutex.tryLock());
+    // The result is kept, not checked in place, so that the analysis sees which branch holds it.
+    const bool locked = mutex.tryLock();
+    EXPECT_TRUE(locked);
     bool fromOtherThread = true;
     std::thread([&] { fromOtherThread = mutex.tryLock(); }).join();
     EXPECT_FALSE(fromOtherThread);
-    mutex.unlock();
+    if (locked) {
+        mutex.unlock();
+    }
 
     // A Locker releases its mutex when an exception passes through its scope.
     try {
@@ -71,10 +75,11 @@ TEST(Mutex, TryLockAndScopedLocking)
     } catch (const std::runtime_error&) {
     }
     std::thread([&] {
-        fromOtherThread = mutex.tryLock();
-        if (fromOtherThread) {
+        const bool taken = mutex.tryLock();
+        if (taken) {
             mutex.unlock();
         }
+        fromOtherThread = taken;
     }).join();
     EXPECT_TRUE(fromOtherThread);
 }
