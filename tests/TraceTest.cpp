@@ -332,6 +332,9 @@ TEST(Trace, CappedFileRotatesToOnePreviousFile)
     std::ifstream a(path, std::ios::ate), b(path + ".1", std::ios::ate);
     EXPECT_LE(static_cast<long>(a.tellg()), 4000);
     EXPECT_LE(static_cast<long>(b.tellg()), 4000);
+    // The moved file grew from nothing to near the cap before it moved (no earlier than a
+    // sixteenth of the cap and a line before it): a new file does not inherit the old one's size.
+    EXPECT_GE(static_cast<long>(b.tellg()), 4000 - 4000 / 16 - 120);
     // The newest lines are in the file, the ones just before them in FILE.1, without a gap.
     EXPECT_EQ(static_cast<uint64_t>(kLines), current.back()["seq"].get<uint64_t>());
     EXPECT_EQ(previous.back()["seq"].get<uint64_t>() + 1, current.front()["seq"].get<uint64_t>());
