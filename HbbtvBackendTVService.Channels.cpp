@@ -255,8 +255,7 @@ bool HbbtvBackendTVService::getChannelList(std::vector<NCOR::ChannelTunerData*>&
     // The entry table and the string area are found from the pool's own position, never from the
     // words the host could have overwritten; the table takes the first half of the data area.
     // Fetching the pool again rewrites its area size, whatever the host left there.
-    const HbbtvChannelListLayout layout(
-        __atomic_load_n(&hbbtvBackendChannelListPool()->areaSize, __ATOMIC_RELAXED));
+    const HbbtvChannelListLayout layout(__atomic_load_n(&hbbtvBackendChannelListPool()->areaSize, __ATOMIC_RELAXED));
     const unsigned char* const poolStart = reinterpret_cast<const unsigned char*>(pool);
     const unsigned char* const entries = poolStart + layout.entriesOffset();
     const char* const strings = reinterpret_cast<const char*>(poolStart + layout.stringsOffset());

@@ -10,20 +10,20 @@
 
 // The payload record a command travels in (HbbtvBackendRecords.h).
 enum class HbbtvPayloadRecord {
-    Base,              // HbbtvCommandPayload
-    WithStrParams,     // HbbtvCommandPayloadWithStrParams
+    Base, // HbbtvCommandPayload
+    WithStrParams, // HbbtvCommandPayloadWithStrParams
     WithChannelIDInfo, // HbbtvCommandPayloadWithChannelIDInfo
-    WithLineupPool,    // HbbtvCommandPayloadWithLineupPool
+    WithLineupPool, // HbbtvCommandPayloadWithLineupPool
 };
 
 // The answer record the host fills (HbbtvBackendRecords.h).
 enum class HbbtvAnswerRecord {
-    Base,             // HbbtvServiceRequestAnswer
+    Base, // HbbtvServiceRequestAnswer
     DvbResourceMount, // HbbtvServiceRequestDvbResourceMountAnswer
-    ChannelInfo,      // HbbtvServiceRequestChannelInfoAnswer
-    ProgramInfo,      // HbbtvServiceRequestProgramInfoAnswer
-    AVInfo,           // HbbtvServiceRequestAVInfoAnswer
-    ChannelsLineup,   // HbbtvServiceRequestChannelsLineupAnswer
+    ChannelInfo, // HbbtvServiceRequestChannelInfoAnswer
+    ProgramInfo, // HbbtvServiceRequestProgramInfoAnswer
+    AVInfo, // HbbtvServiceRequestAVInfoAnswer
+    ChannelsLineup, // HbbtvServiceRequestChannelsLineupAnswer
 };
 
 struct HbbtvBackendCommandInfo {

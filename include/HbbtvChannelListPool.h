@@ -37,7 +37,10 @@ struct HbbtvChannelListEntry {
 // the first half of the data area, the names take the rest of it. Offsets count from the pool's
 // first byte.
 struct HbbtvChannelListLayout {
-    explicit HbbtvChannelListLayout(uint32_t areaSize_) : areaSize(areaSize_) {}
+    explicit HbbtvChannelListLayout(uint32_t areaSize_)
+        : areaSize(areaSize_)
+    {
+    }
 
     size_t size() const { return 4 * sizeof(uint32_t) + areaSize; }
     size_t entriesOffset() const { return sizeof(HbbtvChannelListPool); }
@@ -51,8 +54,7 @@ struct HbbtvChannelListLayout {
     // The length of the name at nameOffset in a string area of stringsSize bytes: up to its NUL,
     // at most limit characters and never past the area's end, wherever the offset points. False,
     // with nothing read, when the offset lies outside the area.
-    static bool nameLength(
-        const char* strings, size_t stringsSize, uint32_t nameOffset, size_t limit, size_t* length)
+    static bool nameLength(const char* strings, size_t stringsSize, uint32_t nameOffset, size_t limit, size_t* length)
     {
         if (nameOffset >= stringsSize) {
             return false;

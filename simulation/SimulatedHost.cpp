@@ -193,10 +193,9 @@ SimulatedHost::AnswerWriter SimulatedHost::lineupWriter(std::vector<LineupChanne
             if ((count + 1) * sizeof(HbbtvChannelListEntry) > entriesSize || nameAt + nameBytes > stringsSize) {
                 break; // what does not fit is not listed
             }
-            const HbbtvChannelListEntry entry = {channel.channelID1, channel.channelID2, channel.channelID3,
-                                             channel.channelType, channel.idType,     channel.flagA,
-                                             channel.numberA,     channel.numberB,    channel.flagB,
-                                             static_cast<uint32_t>(nameAt)};
+            const HbbtvChannelListEntry entry
+                = { channel.channelID1, channel.channelID2, channel.channelID3, channel.channelType, channel.idType,
+                      channel.flagA, channel.numberA, channel.numberB, channel.flagB, static_cast<uint32_t>(nameAt) };
             memcpy(strings + nameAt, channel.name.c_str(), nameBytes);
             memcpy(entries + sizeof(entry) * count, &entry, sizeof(entry));
             nameAt += nameBytes;
