@@ -66,18 +66,14 @@ const std::map<uint32_t, NCOR::Broadcast::ChannelIDType>& theIdTypeTable()
 // read past the end of the area, wherever the host's offset points.
 std::string lineupName(const char* strings, size_t stringsSize, uint32_t nameOffset, uint32_t index)
 {
-    if (nameOffset >= stringsSize) {
+    size_t length = 0;
+    if (!HbbtvChannelListLayout::nameLength(strings, stringsSize, nameOffset, kRecordTextLimit, &length)) {
         printf("\e[0;32;31m[ERR][HbbTV-???]getChannelList: channel %u name offset %u outside the string area (%u), "
                "name left empty\e[0m\n",
             index, nameOffset, static_cast<unsigned int>(stringsSize));
         return std::string();
     }
-    char name[255];
-    const size_t room = stringsSize - nameOffset;
-    const size_t length = strnlen(strings + nameOffset, room < kRecordTextLimit ? room : kRecordTextLimit);
-    memcpy(name, strings + nameOffset, length);
-    name[length] = '\0';
-    return name;
+    return std::string(strings + nameOffset, length);
 }
 
 } // namespace
@@ -259,19 +255,17 @@ bool HbbtvBackendTVService::getChannelList(std::vector<NCOR::ChannelTunerData*>&
     // The entry table and the string area are found from the pool's own position, never from the
     // words the host could have overwritten; the table takes the first half of the data area.
     // Fetching the pool again rewrites its area size, whatever the host left there.
-    const uint32_t areaSize = __atomic_load_n(&hbbtvBackendChannelListPool()->areaSize, __ATOMIC_RELAXED);
-    unsigned char* const poolStart = reinterpret_cast<unsigned char*>(pool);
-    const unsigned char* const entries = poolStart + sizeof(HbbtvChannelListPool);
-    const char* const strings = reinterpret_cast<const char*>(entries + areaSize / 2);
-    // The data area runs from the end of the four header words to the end of the region.
-    const unsigned char* const areaEnd = poolStart + 4 * sizeof(uint32_t) + areaSize;
-    const size_t stringsSize = static_cast<size_t>(areaEnd - reinterpret_cast<const unsigned char*>(strings));
+    const HbbtvChannelListLayout layout(__atomic_load_n(&hbbtvBackendChannelListPool()->areaSize, __ATOMIC_RELAXED));
+    const unsigned char* const poolStart = reinterpret_cast<const unsigned char*>(pool);
+    const unsigned char* const entries = poolStart + layout.entriesOffset();
+    const char* const strings = reinterpret_cast<const char*>(poolStart + layout.stringsOffset());
+    const size_t stringsSize = layout.stringsSize();
     // The same words from every caller, but callers may write them at once.
     __atomic_store_n(&pool->entriesAddress, toWireAddress(entries), __ATOMIC_RELAXED);
     __atomic_store_n(&pool->stringsAddress, toWireAddress(strings), __ATOMIC_RELAXED);
 
     uint32_t count = pool->count;
-    const uint32_t capacity = (areaSize / 2) / sizeof(HbbtvChannelListEntry);
+    const uint32_t capacity = layout.capacity();
     if (count > capacity) {
         printf("\e[0;32;31m[ERR][HbbTV-???]getChannelList: host count %u past the pool's %u entries, cut\e[0m\n", count,
             capacity);

@@ -3,6 +3,7 @@
 
 #include <new>
 
+#include "HbbtvBackendCommandCatalogue.h"
 #include "HbbtvBackendGlue.MemoryPool.h"
 #include "HbbtvBackendGlue.Util.h"
 
@@ -16,58 +17,8 @@ const char kSourceFile[] = "./backendglue/HbbtvBackendGlue.DataType.cpp";
 
 const char* convertBackendCommandToString(int command)
 {
-    switch (command) {
-    case TunerCommand_AddStreamEvent: return "TunerCommand_AddStreamEvent";
-    case TunerCommand_RemoveAllStreamEvent: return "TunerCommand_RemoveAllStreamEvent";
-    case TunerCommand_SelectAVComponent: return "TunerCommand_SelectAVComponent";
-    case TunerCommand_UnselectAVComponent: return "TunerCommand_UnselectAVComponent";
-    case TunerCommand_GetAVInfo: return "TunerCommand_GetAVInfo";
-    case TunerCommand_TuneTo: return "TunerCommand_TuneTo";
-    case TunerCommand_GetCurrentChannelInfo: return "TunerCommand_GetCurrentChannelInfo";
-    case TunerCommand_ExitLiveIn: return "TunerCommand_ExitLiveIn";
-    case TunerCommand_ReturnLiveIn: return "TunerCommand_ReturnLiveIn";
-    case TunerCommand_SuspendTuner: return "TunerCommand_SuspendTuner";
-    case TunerCommand_ResumeTuner: return "TunerCommand_ResumeTuner";
-    case TunerCommand_StartNewApplication: return "TunerCommand_StartNewApplication";
-    case TunerCommand_RequestChannelsLineup: return "TunerCommand_RequestChannelsLineup";
-    case TunerCommand_Bind2CurrentChannel: return "TunerCommand_Bind2CurrentChannel";
-    case ConfigCommand_GetCountryID: return "ConfigCommand_GetCountryID";
-    case ConfigCommand_GetSubtitleLanguage: return "ConfigCommand_GetSubtitleLanguage";
-    case ConfigCommand_GetAudioLanguage: return "ConfigCommand_GetAudioLanguage";
-    case ConfigCommand_GetParental: return "ConfigCommand_GetParental";
-    case ConfigCommand_GetParentalControlPINEnable: return "ConfigCommand_GetParentalControlPINEnable";
-    case ConfigCommand_VerifyParentalControlPIN: return "ConfigCommand_VerifyParentalControlPIN";
-    case ConfigCommand_GetPvrPaddings: return "ConfigCommand_GetPvrPaddings";
-    case CapabilitiesCommand_IsPvrSupported: return "CapabilitiesCommand_IsPvrSupported";
-    case ConfigCommand_SetPvrPaddings: return "ConfigCommand_SetPvrPaddings";
-    case DSMCC_DVBURL_GetFile: return "DSMCC_DVBURL_GetFile";
-    case DSMCC_DVBURL_GetFile_NoWait: return "DSMCC_DVBURL_GetFile_NoWait";
-    case DVBMediaPlayer_OpenVideo: return "DVBMediaPlayer_OpenVideo";
-    case DVBMediaPlayer_CloseVideo: return "DVBMediaPlayer_CloseVideo";
-    case DVBMediaPlayer_SetDisplayWindow: return "DVBMediaPlayer_SetDisplayWindow";
-    case ProgrammeCommand_GetProgrammeInfo: return "ProgrammeCommand_GetProgrammeInfo";
-    case VideoBroadcastElementEvent_ReleaseVideoControl: return "VideoBroadcastElementEvent_ReleaseVideoControl";
-    case PVRCommand_ScheduleRecordingByTime: return "PVRCommand_ScheduleRecordingByTime";
-    case PVRCommand_RemoveScheduledRecording: return "PVRCommand_RemoveScheduledRecording";
-    case PVRCommand_GetScheduledRecordings: return "PVRCommand_GetScheduledRecordings";
-    case RecordingCommand_GetPvrStartPadding: return "RecordingCommand_GetPvrStartPadding";
-    case RecordingCommand_GetPvrEndPadding: return "RecordingCommand_GetPvrEndPadding";
-    case Recordingcommand_CanScheduleRecordings: return "Recordingcommand_CanScheduleRecordings";
-    case APMCommand_ApplicationsDestroied: return "APMCommand_ApplicationsDestroied";
-    case LocalSystem_GetVendorName: return "LocalSystem_GetVendorName";
-    case LocalSystem_GetModelName: return "LocalSystem_GetModelName";
-    case LocalSystem_GetSoftwareVersion: return "LocalSystem_GetSoftwareVersion";
-    case LocalSystem_GetHardwareVersion: return "LocalSystem_GetHardwareVersion";
-    case LocalSystem_GetSerialNumber: return "LocalSystem_GetSerialNumber";
-    case MMPlayerCommand_CheckIsResourceAvailable: return "MMPlayerCommand_CheckIsResourceAvailable";
-    case SystemMisc_SetAudioVolume: return "SystemMisc_SetAudioVolume";
-    case SystemMisc_GetAudioVolume: return "SystemMisc_GetAudioVolume";
-    case DVBMediaPlayer_IsPvrEnabledCountry: return "DVBMediaPlayer_IsPvrEnabledCountry";
-    case ProgrammeCommand_GetAllProgrammeInfo: return "ProgrammeCommand_GetAllProgrammeInfo";
-    case ProgrammeCommand_GetSIDescriptors: return "ProgrammeCommand_GetSIDescriptors";
-    case ConfigCommand_GetAudioDescription: return "ConfigCommand_GetAudioDescription";
-    default: return nullptr;
-    }
+    const HbbtvBackendCommandInfo* const info = hbbtvBackendCommandInfo(command);
+    return info != nullptr && info->namedInLog ? info->name : nullptr;
 }
 
 // ---------------------------------------------------------------------------------------------

@@ -215,7 +215,7 @@ int main(int argc, char** argv)
     }
     tv.browser.service()->setKeyReply(hbbtv_sim::KeyReply{true, true, kBrowserThinksMs});
 
-    const size_t largestLineup = (HbbtvChannelListPool::kAreaSize / 2) / sizeof(HbbtvChannelListEntry);
+    const size_t largestLineup = HbbtvChannelListLayout(HbbtvChannelListPool::kAreaSize).capacity();
     std::vector<Scale> scales = {
         {"getChannelList", "channels", {10, 100, 1000, largestLineup}, channelListPerItem, {}},
         {"getAllProgrammesForChannel", "programmes", {10, 100, 1000}, schedulePerItem, {}},

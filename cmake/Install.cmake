@@ -17,6 +17,7 @@ install(TARGETS hbbtvbackendglue hbbtvbackendglue_headers EXPORT HbbtvBackendGlu
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT development)
 install(FILES
     include/HbbtvBackendCommand.h
+    include/HbbtvBackendCommandCatalogue.h
     include/HbbtvBackendRecords.h
     include/HbbtvChannelListPool.h
     include/HbbtvHostRecords.h

@@ -12,18 +12,22 @@ namespace {
 
 std::vector<uint8_t> g_header, g_table, g_strings;
 
-// The pool as the host finds it: entries after the header, names half a data area further on.
+// The pool's entry table and string area as the host finds them.
 unsigned char* tableOf(HbbtvChannelListPool* pool)
 {
-    return reinterpret_cast<unsigned char*>(pool) + sizeof(HbbtvChannelListPool);
+    return reinterpret_cast<unsigned char*>(pool) + HbbtvChannelListLayout(pool->areaSize).entriesOffset();
+}
+
+char* stringsOf(HbbtvChannelListPool* pool)
+{
+    return reinterpret_cast<char*>(pool) + HbbtvChannelListLayout(pool->areaSize).stringsOffset();
 }
 
 void writeLineup(const HbbtvCommandPayload&, HbbtvServiceRequestAnswer& answer)
 {
     HbbtvChannelListPool* const pool = hbbtvBackendChannelListPool();
-    unsigned char* const table = tableOf(pool);
-    hbbtv_fuzz::copyInto(table, g_table.size(), g_table.data(), g_table.size());
-    hbbtv_fuzz::copyInto(table + pool->areaSize / 2, g_strings.size(), g_strings.data(), g_strings.size());
+    hbbtv_fuzz::copyInto(tableOf(pool), g_table.size(), g_table.data(), g_table.size());
+    hbbtv_fuzz::copyInto(stringsOf(pool), g_strings.size(), g_strings.data(), g_strings.size());
     hbbtv_fuzz::copyInto(pool, g_header.size(), g_header.data(), g_header.size());
     // A full table (a count past the pool's, which the unit tests cover) takes tens of
     // milliseconds to translate: counts stay a little past the entries written.
@@ -45,10 +49,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     check(service.getChannelList(channels), "a valid lineup is read");
 
     HbbtvChannelListPool* const pool = hbbtvBackendChannelListPool();
+    const HbbtvChannelListLayout layout(pool->areaSize);
     const unsigned char* const table = tableOf(pool);
-    const char* const strings = reinterpret_cast<const char*>(table + pool->areaSize / 2);
-    const size_t stringsSize = static_cast<size_t>(reinterpret_cast<const char*>(pool) + 16 + pool->areaSize - strings);
-    const uint32_t capacity = (pool->areaSize / 2) / sizeof(HbbtvChannelListEntry);
+    const char* const strings = stringsOf(pool);
+    const size_t stringsSize = layout.stringsSize();
+    const uint32_t capacity = layout.capacity();
     check(channels.size() == std::min(pool->count, capacity), "as many channels as counted, at most the table's");
     for (size_t i = 0; i < channels.size(); ++i) {
         HbbtvChannelListEntry entry;
@@ -65,7 +70,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     }
     // The next input starts from a clean pool.
     memset(tableOf(pool), 0, g_table.size());
-    memset(tableOf(pool) + pool->areaSize / 2, 0, g_strings.size());
+    memset(stringsOf(pool), 0, g_strings.size());
     pool->count = 0;
     return 0;
 }

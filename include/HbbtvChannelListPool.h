@@ -31,6 +31,47 @@ struct HbbtvChannelListEntry {
     uint32_t nameOffset; // into the string area
 };
 
+// Where the parts of a channel-list pool lie, from its area size alone (the pool's first word,
+// which the library rewrites on every access; the host only reads it). The data area follows the
+// four header words and runs for areaSize bytes; the entry table starts after the header and takes
+// the first half of the data area, the names take the rest of it. Offsets count from the pool's
+// first byte.
+struct HbbtvChannelListLayout {
+    explicit HbbtvChannelListLayout(uint32_t areaSize_)
+        : areaSize(areaSize_)
+    {
+    }
+
+    size_t size() const { return 4 * sizeof(uint32_t) + areaSize; }
+    size_t entriesOffset() const { return sizeof(HbbtvChannelListPool); }
+    size_t entriesSize() const { return areaSize / 2; }
+    // The most entries the table holds.
+    uint32_t capacity() const { return static_cast<uint32_t>(entriesSize() / sizeof(HbbtvChannelListEntry)); }
+    size_t stringsOffset() const { return entriesOffset() + entriesSize(); }
+    // From the string area's start to the end of the pool (none in an area too small for the header).
+    size_t stringsSize() const { return size() > stringsOffset() ? size() - stringsOffset() : 0; }
+
+    // The length of the name at nameOffset in a string area of stringsSize bytes: up to its NUL,
+    // at most limit characters and never past the area's end, wherever the offset points. False,
+    // with nothing read, when the offset lies outside the area.
+    static bool nameLength(const char* strings, size_t stringsSize, uint32_t nameOffset, size_t limit, size_t* length)
+    {
+        if (nameOffset >= stringsSize) {
+            return false;
+        }
+        const size_t room = stringsSize - nameOffset;
+        const size_t most = room < limit ? room : limit;
+        size_t n = 0;
+        while (n < most && strings[nameOffset + n] != '\0') {
+            ++n;
+        }
+        *length = n;
+        return true;
+    }
+
+    uint32_t areaSize;
+};
+
 // The scheduling and recording pool: the same region under a mapping of its own.
 struct HbbtvSchedulingRecordingCollectionPool {
     static const uint32_t kAreaSize = 0xFFFF4;

@@ -8,18 +8,6 @@
 
 namespace hbbtv_sim {
 
-namespace {
-
-// The channel-list pool as the host knows it: a header whose first word is the size of the data
-// area (which starts at offset 16), the entry count at offset 4, the entries from offset 384 and
-// the names half a data area after the first entry.
-const size_t kPoolDataOffset = 16;
-const size_t kPoolCountOffset = offsetof(HbbtvChannelListPool, count);
-const size_t kPoolEntriesOffset = sizeof(HbbtvChannelListPool);
-typedef HbbtvChannelListEntry LineupEntryRecord;
-
-} // namespace
-
 void* fromHostWireAddress(uint32_t address)
 {
     return reinterpret_cast<void*>(static_cast<uintptr_t>(address));
@@ -27,32 +15,8 @@ void* fromHostWireAddress(uint32_t address)
 
 PayloadRecord payloadRecordOf(int command)
 {
-    switch (command) {
-    case TunerCommand_AddStreamEvent:
-    case TunerCommand_RemoveStreamEvent:
-    case TunerCommand_StartNewApplication:
-    case DSMCC_DVBURL_GetFile:
-    case Recordingcommand_CanScheduleRecordings:
-    case ProgrammeCommand_GetAllProgrammeInfo:
-    case ProgrammeCommand_GetSIDescriptors:
-    case ConfigCommand_GetAudioDescription:
-    case PVRCommand_ScheduleRecording:
-    case PVRCommand_GetRecordings:
-    case PVRCommand_RemoveRecording:
-    case ReminderCommand_IsReminderSupported:
-    case ReminderCommand_CanScheduleReminders:
-    case ReminderCommand_ScheduleReminder:
-    case ReminderCommand_RemoveReminder:
-    case ReminderCommand_GetReminders:
-        return PayloadRecord::WithStrParams;
-    case TunerCommand_TuneTo:
-    case TunerCommand_Bind2CurrentChannel:
-        return PayloadRecord::WithChannelIDInfo;
-    case TunerCommand_RequestChannelsLineup:
-        return PayloadRecord::WithLineupPool;
-    default:
-        return PayloadRecord::Base;
-    }
+    const HbbtvBackendCommandInfo* const info = hbbtvBackendCommandInfo(command);
+    return info != nullptr ? info->payload : PayloadRecord::Base;
 }
 
 size_t payloadRecordSize(int command)
@@ -72,20 +36,22 @@ size_t payloadRecordSize(int command)
 
 size_t answerRecordSize(int command)
 {
-    switch (command) {
-    case TunerCommand_GetAVInfo:
+    const HbbtvBackendCommandInfo* const info = hbbtvBackendCommandInfo(command);
+    switch (info != nullptr ? info->answer : HbbtvAnswerRecord::Base) {
+    case HbbtvAnswerRecord::AVInfo:
         return sizeof(HbbtvServiceRequestAVInfoAnswer);
-    case TunerCommand_GetCurrentChannelInfo:
+    case HbbtvAnswerRecord::ChannelInfo:
         return sizeof(HbbtvServiceRequestChannelInfoAnswer);
-    case TunerCommand_RequestChannelsLineup:
+    case HbbtvAnswerRecord::ChannelsLineup:
         return sizeof(HbbtvServiceRequestChannelsLineupAnswer);
-    case DSMCC_DVBURL_GetFile:
+    case HbbtvAnswerRecord::DvbResourceMount:
         return sizeof(HbbtvServiceRequestDvbResourceMountAnswer);
-    case ProgrammeCommand_GetProgrammeInfo:
+    case HbbtvAnswerRecord::ProgramInfo:
         return sizeof(HbbtvServiceRequestProgramInfoAnswer);
-    default:
-        return sizeof(HbbtvServiceRequestAnswer);
+    case HbbtvAnswerRecord::Base:
+        break;
     }
+    return sizeof(HbbtvServiceRequestAnswer);
 }
 
 ReceivedRequest readRequest(const HbbtvCommandPayload& payload)
@@ -213,30 +179,30 @@ SimulatedHost::AnswerWriter SimulatedHost::lineupWriter(std::vector<LineupChanne
         // The library rewrites the size word at every request for the pool, atomically, while other
         // requests may be with the host.
         const uint32_t areaSize = __atomic_load_n(reinterpret_cast<const uint32_t*>(pool), __ATOMIC_RELAXED);
-        if (areaSize < 4 * kPoolEntriesOffset) {
+        const HbbtvChannelListLayout layout(areaSize);
+        if (areaSize < 4 * layout.entriesOffset()) {
             return; // not a pool this host knows
         }
-        unsigned char* const entries = pool + kPoolEntriesOffset;
-        char* const strings = reinterpret_cast<char*>(entries + areaSize / 2);
-        const size_t entriesSize = areaSize / 2;
-        const size_t stringsSize = kPoolDataOffset + areaSize - kPoolEntriesOffset - areaSize / 2;
+        unsigned char* const entries = pool + layout.entriesOffset();
+        char* const strings = reinterpret_cast<char*>(pool + layout.stringsOffset());
+        const size_t entriesSize = layout.entriesSize();
+        const size_t stringsSize = layout.stringsSize();
         uint32_t count = 0;
         size_t nameAt = 0;
         for (const LineupChannel& channel : channels) {
             const size_t nameBytes = channel.name.size() + 1;
-            if ((count + 1) * sizeof(LineupEntryRecord) > entriesSize || nameAt + nameBytes > stringsSize) {
+            if ((count + 1) * sizeof(HbbtvChannelListEntry) > entriesSize || nameAt + nameBytes > stringsSize) {
                 break; // what does not fit is not listed
             }
-            const LineupEntryRecord entry = {channel.channelID1, channel.channelID2, channel.channelID3,
-                                             channel.channelType, channel.idType,     channel.flagA,
-                                             channel.numberA,     channel.numberB,    channel.flagB,
-                                             static_cast<uint32_t>(nameAt)};
+            const HbbtvChannelListEntry entry
+                = { channel.channelID1, channel.channelID2, channel.channelID3, channel.channelType, channel.idType,
+                      channel.flagA, channel.numberA, channel.numberB, channel.flagB, static_cast<uint32_t>(nameAt) };
             memcpy(strings + nameAt, channel.name.c_str(), nameBytes);
             memcpy(entries + sizeof(entry) * count, &entry, sizeof(entry));
             nameAt += nameBytes;
             ++count;
         }
-        memcpy(pool + kPoolCountOffset, &count, sizeof(count));
+        memcpy(pool + offsetof(HbbtvChannelListPool, count), &count, sizeof(count));
         answer.valid = 1;
     };
 }

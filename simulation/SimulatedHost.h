@@ -20,14 +20,15 @@
 #include <string>
 #include <vector>
 
+#include "HbbtvBackendCommandCatalogue.h"
 #include "HostAnswerThread.h"
 #include "ZR_HbbtvImplInterface.h"
 
 namespace hbbtv_sim {
 
 // Which record a command travels in, and how big its answer record is: the host knows both
-// from the command number alone.
-enum class PayloadRecord { Base, WithStrParams, WithChannelIDInfo, WithLineupPool };
+// from the command number alone (HbbtvBackendCommandCatalogue.h).
+typedef HbbtvPayloadRecord PayloadRecord;
 PayloadRecord payloadRecordOf(int command);
 size_t payloadRecordSize(int command);
 size_t answerRecordSize(int command);

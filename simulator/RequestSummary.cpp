@@ -10,77 +10,14 @@
 #include <cstdio>
 #include <cstring>
 
-#include "HbbtvBackendCommand.h"
+#include "HbbtvBackendCommandCatalogue.h"
 
 namespace hbbtv_simulator {
 
 std::string commandName(int command)
 {
-#define HBBTV_COMMAND_NAME(name)                                                                                       \
-    case name:                                                                                                         \
-        return #name
-    switch (command) {
-        HBBTV_COMMAND_NAME(TunerCommand_AddStreamEvent);
-        HBBTV_COMMAND_NAME(TunerCommand_RemoveStreamEvent);
-        HBBTV_COMMAND_NAME(TunerCommand_RemoveAllStreamEvent);
-        HBBTV_COMMAND_NAME(TunerCommand_SelectAVComponent);
-        HBBTV_COMMAND_NAME(TunerCommand_UnselectAVComponent);
-        HBBTV_COMMAND_NAME(TunerCommand_GetAVInfo);
-        HBBTV_COMMAND_NAME(TunerCommand_TuneTo);
-        HBBTV_COMMAND_NAME(TunerCommand_GetCurrentChannelInfo);
-        HBBTV_COMMAND_NAME(TunerCommand_ExitLiveIn);
-        HBBTV_COMMAND_NAME(TunerCommand_ReturnLiveIn);
-        HBBTV_COMMAND_NAME(TunerCommand_SuspendTuner);
-        HBBTV_COMMAND_NAME(TunerCommand_ResumeTuner);
-        HBBTV_COMMAND_NAME(TunerCommand_StartNewApplication);
-        HBBTV_COMMAND_NAME(TunerCommand_RequestChannelsLineup);
-        HBBTV_COMMAND_NAME(TunerCommand_Bind2CurrentChannel);
-        HBBTV_COMMAND_NAME(ConfigCommand_GetCountryID);
-        HBBTV_COMMAND_NAME(ConfigCommand_GetSubtitleLanguage);
-        HBBTV_COMMAND_NAME(ConfigCommand_GetAudioLanguage);
-        HBBTV_COMMAND_NAME(ConfigCommand_GetParental);
-        HBBTV_COMMAND_NAME(ConfigCommand_GetParentalControlPINEnable);
-        HBBTV_COMMAND_NAME(ConfigCommand_VerifyParentalControlPIN);
-        HBBTV_COMMAND_NAME(ConfigCommand_GetPvrPaddings);
-        HBBTV_COMMAND_NAME(CapabilitiesCommand_IsPvrSupported);
-        HBBTV_COMMAND_NAME(ConfigCommand_SetPvrPaddings);
-        HBBTV_COMMAND_NAME(DSMCC_DVBURL_GetFile);
-        HBBTV_COMMAND_NAME(DSMCC_DVBURL_GetFile_NoWait);
-        HBBTV_COMMAND_NAME(DVBMediaPlayer_OpenVideo);
-        HBBTV_COMMAND_NAME(DVBMediaPlayer_CloseVideo);
-        HBBTV_COMMAND_NAME(DVBMediaPlayer_SetDisplayWindow);
-        HBBTV_COMMAND_NAME(ProgrammeCommand_GetProgrammeInfo);
-        HBBTV_COMMAND_NAME(VideoBroadcastElementEvent_ReleaseVideoControl);
-        HBBTV_COMMAND_NAME(PVRCommand_ScheduleRecordingByTime);
-        HBBTV_COMMAND_NAME(PVRCommand_RemoveScheduledRecording);
-        HBBTV_COMMAND_NAME(PVRCommand_GetScheduledRecordings);
-        HBBTV_COMMAND_NAME(RecordingCommand_GetPvrStartPadding);
-        HBBTV_COMMAND_NAME(RecordingCommand_GetPvrEndPadding);
-        HBBTV_COMMAND_NAME(Recordingcommand_CanScheduleRecordings);
-        HBBTV_COMMAND_NAME(APMCommand_ApplicationsDestroied);
-        HBBTV_COMMAND_NAME(LocalSystem_GetVendorName);
-        HBBTV_COMMAND_NAME(LocalSystem_GetModelName);
-        HBBTV_COMMAND_NAME(LocalSystem_GetSoftwareVersion);
-        HBBTV_COMMAND_NAME(LocalSystem_GetHardwareVersion);
-        HBBTV_COMMAND_NAME(LocalSystem_GetSerialNumber);
-        HBBTV_COMMAND_NAME(MMPlayerCommand_CheckIsResourceAvailable);
-        HBBTV_COMMAND_NAME(SystemMisc_SetAudioVolume);
-        HBBTV_COMMAND_NAME(SystemMisc_GetAudioVolume);
-        HBBTV_COMMAND_NAME(DVBMediaPlayer_IsPvrEnabledCountry);
-        HBBTV_COMMAND_NAME(ProgrammeCommand_GetAllProgrammeInfo);
-        HBBTV_COMMAND_NAME(ProgrammeCommand_GetSIDescriptors);
-        HBBTV_COMMAND_NAME(ConfigCommand_GetAudioDescription);
-        HBBTV_COMMAND_NAME(PVRCommand_ScheduleRecording);
-        HBBTV_COMMAND_NAME(PVRCommand_GetRecordings);
-        HBBTV_COMMAND_NAME(PVRCommand_RemoveRecording);
-        HBBTV_COMMAND_NAME(ReminderCommand_IsReminderSupported);
-        HBBTV_COMMAND_NAME(ReminderCommand_CanScheduleReminders);
-        HBBTV_COMMAND_NAME(ReminderCommand_ScheduleReminder);
-        HBBTV_COMMAND_NAME(ReminderCommand_RemoveReminder);
-        HBBTV_COMMAND_NAME(ReminderCommand_GetReminders);
-    }
-#undef HBBTV_COMMAND_NAME
-    return "command " + std::to_string(command);
+    const HbbtvBackendCommandInfo* const info = hbbtvBackendCommandInfo(command);
+    return info != nullptr ? info->name : "command " + std::to_string(command);
 }
 
 double percentile(std::vector<double> samples, double p)

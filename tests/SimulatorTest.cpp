@@ -252,4 +252,8 @@ TEST(ScenarioCalls, ExpectedCommandsInOrder)
         Scenario::expectCommands(call, { ProgrammeCommand_GetProgrammeInfo }));
     EXPECT_EQ("the host received [], expected [TunerCommand_TuneTo]",
         Scenario::expectCommands(Scenario::Call(), { TunerCommand_TuneTo }));
+    // Commands the library's log leaves unnamed still have their names here; a number that is no
+    // command is shown as a number.
+    EXPECT_EQ("the host received [], expected [TunerCommand_RemoveStreamEvent, command 1009]",
+        Scenario::expectCommands(Scenario::Call(), { TunerCommand_RemoveStreamEvent, 1009 }));
 }

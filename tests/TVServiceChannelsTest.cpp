@@ -32,18 +32,19 @@ protected:
         return result;
     }
 
-    // The channel-list pool as the host finds it from the request: the entry table after the
-    // header, the string area in the second half of the data area, up to the end of the region.
+    // The channel-list pool as the host finds it from the request.
     struct HostPool {
         explicit HostPool(const HbbtvCommandPayload& request)
             : pool(static_cast<HbbtvChannelListPool*>(
                 fromWireAddress(static_cast<const HbbtvCommandPayloadWithLineupPool&>(request).poolAddress)))
-            , table(reinterpret_cast<unsigned char*>(pool) + sizeof(HbbtvChannelListPool))
-            , strings(reinterpret_cast<char*>(table + pool->areaSize / 2))
-            , stringsSize(static_cast<uint32_t>(reinterpret_cast<char*>(pool) + 16 + pool->areaSize - strings))
+            , layout(pool->areaSize)
+            , table(reinterpret_cast<unsigned char*>(pool) + layout.entriesOffset())
+            , strings(reinterpret_cast<char*>(pool) + layout.stringsOffset())
+            , stringsSize(static_cast<uint32_t>(layout.stringsSize()))
         {
         }
         HbbtvChannelListPool* pool;
+        HbbtvChannelListLayout layout;
         unsigned char* table;
         char* strings;
         uint32_t stringsSize;
@@ -204,7 +205,7 @@ TEST_F(TVServiceChannels, HostileLineupIsReadOnlyWithinThePool)
     answer(
         TunerCommand_RequestChannelsLineup, [](const HbbtvCommandPayload& request, HbbtvServiceRequestAnswer& answer) {
             HostPool host(request);
-            memset(host.table, 0, host.pool->areaSize / 2);
+            memset(host.table, 0, host.layout.entriesSize());
             const HbbtvChannelListEntry entries[]
                 = { { 1, 2, 3, 0, 3, 0, 0, 0, 0, 0x7FFFFFFF }, { 1, 2, 3, 0, 3, 0, 0, 0, 0, host.stringsSize - 3 } };
             memcpy(host.table, entries, sizeof(entries));

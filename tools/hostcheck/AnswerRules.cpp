@@ -302,7 +302,7 @@ void checkLineupPool(const unsigned char* pool, size_t regionBytes, const PoolHa
             format("pool.areaSize was changed from %u to %u: the size word is the library's, the host only reads it",
                 handedOver.areaSize, header.areaSize));
     }
-    const uint32_t areaSize = handedOver.areaSize;
+    const HbbtvChannelListLayout layout(handedOver.areaSize);
     const uint64_t regionStart = handedOver.poolAddress;
     const uint64_t regionEnd = regionStart + regionBytes;
     const struct {
@@ -318,15 +318,17 @@ void checkLineupPool(const unsigned char* pool, size_t regionBytes, const PoolHa
                     static_cast<unsigned long long>(regionStart), static_cast<unsigned long long>(regionEnd)));
         }
     }
-    const uint32_t capacity = (areaSize / 2) / sizeof(HbbtvChannelListEntry);
+    const uint32_t capacity = layout.capacity();
     if (header.count > capacity) {
         add(out, rule::kCount,
             format("pool.count is %u: the entry table holds at most %u entries", header.count, capacity));
         return;
     }
-    const size_t entriesAt = sizeof(HbbtvChannelListPool);
-    const size_t stringsAt = entriesAt + areaSize / 2;
+    // The region as it is, which may end before the pool's own size says.
+    const size_t entriesAt = layout.entriesOffset();
+    const size_t stringsAt = layout.stringsOffset();
     const size_t stringsSize = regionBytes > stringsAt ? regionBytes - stringsAt : 0;
+    const char* const strings = stringsSize > 0 ? reinterpret_cast<const char*>(pool + stringsAt) : nullptr;
     for (uint32_t i = 0; i < header.count; ++i) {
         HbbtvChannelListEntry entry;
         memcpy(&entry, pool + entriesAt + sizeof(entry) * i, sizeof(entry));
@@ -335,14 +337,14 @@ void checkLineupPool(const unsigned char* pool, size_t regionBytes, const PoolHa
                 format("pool entry %u: idType is %u: not an HbbtvIDType (0-%d)", i, entry.idType, kLastHostIDType));
             return;
         }
-        if (entry.nameOffset >= stringsSize) {
+        size_t length = 0;
+        if (!HbbtvChannelListLayout::nameLength(strings, stringsSize, entry.nameOffset, stringsSize, &length)) {
             add(out, rule::kPool,
                 format("pool entry %u: nameOffset is %u, outside the string area (%zu bytes)", i, entry.nameOffset,
                     stringsSize));
             return;
         }
-        const char* const name = reinterpret_cast<const char*>(pool + stringsAt + entry.nameOffset);
-        if (strnlen(name, stringsSize - entry.nameOffset) == stringsSize - entry.nameOffset) {
+        if (length == stringsSize - entry.nameOffset) {
             add(out, rule::kUnterminatedText,
                 format("pool entry %u: the name at nameOffset %u has no NUL before the end of the pool", i,
                     entry.nameOffset));

@@ -264,12 +264,13 @@ void CheckingHost::HBBTV_ServiceRequestHandler(void* payloadPointer, void* answe
         r.libraryPool = static_cast<unsigned char*>(hbbtv_sim::fromHostWireAddress(lineup.poolAddress));
         if (r.libraryPool != nullptr) {
             const uint32_t areaSize = reinterpret_cast<const HbbtvChannelListPool*>(r.libraryPool)->areaSize;
-            r.pool.reset(new GuardedBlock(4 * sizeof(uint32_t) + areaSize));
+            const HbbtvChannelListLayout layout(areaSize);
+            r.pool.reset(new GuardedBlock(layout.size()));
             if (r.pool->data() != nullptr) {
                 HbbtvChannelListPool header = {};
                 header.areaSize = areaSize;
-                header.entriesAddress = r.pool->wireAddress() + sizeof(HbbtvChannelListPool);
-                header.stringsAddress = header.entriesAddress + areaSize / 2;
+                header.entriesAddress = r.pool->wireAddress() + static_cast<uint32_t>(layout.entriesOffset());
+                header.stringsAddress = r.pool->wireAddress() + static_cast<uint32_t>(layout.stringsOffset());
                 memcpy(r.pool->data(), &header, sizeof(header));
                 r.poolWords
                     = PoolHandedOver { areaSize, header.entriesAddress, header.stringsAddress, r.pool->wireAddress() };
