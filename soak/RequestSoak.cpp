@@ -75,9 +75,10 @@ void usage(const char* program, int status)
 Options parse(int argc, char** argv)
 {
     Options options;
-    // Every option takes a value.
-    for (int i = 1; i < argc; i += 2) {
-        const std::string arg = argv[i];
+    // Every option takes a value but --help and --lifecycle-child.
+    int i = 1;
+    while (i < argc) {
+        const std::string arg = argv[i++];
         if (arg == "--help") {
             usage(argv[0], 0);
         }
@@ -85,7 +86,7 @@ Options parse(int argc, char** argv)
             options.lifecycleChild = true;
             continue;
         }
-        const char* value = i + 1 < argc ? argv[i + 1] : nullptr;
+        const char* value = i < argc ? argv[i++] : nullptr;
         if (value == nullptr) {
             fprintf(stderr, "%s needs a value\n", arg.c_str());
             exit(2);
