@@ -73,7 +73,9 @@ std::string lineupName(const char* strings, size_t stringsSize, uint32_t nameOff
             index, nameOffset, static_cast<unsigned int>(stringsSize));
         return std::string();
     }
-    return std::string(strings + nameOffset, length);
+    std::string name(length, '\0');
+    HbbtvChannelListLayout::copyShared(&name[0], strings + nameOffset, length);
+    return name;
 }
 
 } // namespace
@@ -264,7 +266,8 @@ bool HbbtvBackendTVService::getChannelList(std::vector<NCOR::ChannelTunerData*>&
     __atomic_store_n(&pool->entriesAddress, toWireAddress(entries), __ATOMIC_RELAXED);
     __atomic_store_n(&pool->stringsAddress, toWireAddress(strings), __ATOMIC_RELAXED);
 
-    uint32_t count = pool->count;
+    const uint32_t hostCount = __atomic_load_n(&pool->count, __ATOMIC_RELAXED);
+    uint32_t count = hostCount;
     const uint32_t capacity = layout.capacity();
     if (count > capacity) {
         printf("\e[0;32;31m[ERR][HbbTV-???]getChannelList: host count %u past the pool's %u entries, cut\e[0m\n", count,
@@ -275,11 +278,11 @@ bool HbbtvBackendTVService::getChannelList(std::vector<NCOR::ChannelTunerData*>&
     std::unique_ptr<trace::Line> hostLineup;
     if (trace::on()) {
         hostLineup.reset(new trace::Line("hostdata", "lineup"));
-        hostLineup->arg("count", pool->count).arg("recorded", count < kTracedChannels ? count : kTracedChannels);
+        hostLineup->arg("count", hostCount).arg("recorded", count < kTracedChannels ? count : kTracedChannels);
     }
     for (uint32_t i = 0; i < count; ++i) {
         HbbtvChannelListEntry entry;
-        memcpy(&entry, entries + sizeof(HbbtvChannelListEntry) * i, sizeof(entry));
+        HbbtvChannelListLayout::copyShared(&entry, entries + sizeof(HbbtvChannelListEntry) * i, sizeof(entry));
         const std::string name = lineupName(strings, stringsSize, entry.nameOffset, i);
         if (hostLineup != nullptr && i < kTracedChannels) {
             hostLineup->begin(("ch" + std::to_string(i)).c_str())
@@ -322,7 +325,7 @@ bool HbbtvBackendTVService::getChannelList(std::vector<NCOR::ChannelTunerData*>&
     hostLineup.reset();
     if (trace::on()) {
         trace::Line line("reply", "getChannelList");
-        line.arg("channels", channels.size()).arg("hostCount", pool->count);
+        line.arg("channels", channels.size()).arg("hostCount", hostCount);
         for (size_t i = 0; i < channels.size() && i < kTracedChannels; ++i) {
             const NCOR::ChannelTunerData& channel = *channels[i];
             line.begin(("ch" + std::to_string(i)).c_str())

@@ -62,11 +62,23 @@ struct HbbtvChannelListLayout {
         const size_t room = stringsSize - nameOffset;
         const size_t most = room < limit ? room : limit;
         size_t n = 0;
-        while (n < most && strings[nameOffset + n] != '\0') {
+        while (n < most && __atomic_load_n(&strings[nameOffset + n], __ATOMIC_RELAXED) != '\0') {
             ++n;
         }
         *length = n;
         return true;
+    }
+
+    // The host may rewrite the pool for one request while another request reads it, so both sides
+    // copy its entries, names and count a byte at a time with relaxed atomics: a torn copy is the
+    // worst a busy host can cause, never a data race.
+    static void copyShared(void* to, const void* from, size_t size)
+    {
+        unsigned char* const out = static_cast<unsigned char*>(to);
+        const unsigned char* const in = static_cast<const unsigned char*>(from);
+        for (size_t i = 0; i < size; ++i) {
+            __atomic_store_n(&out[i], __atomic_load_n(&in[i], __ATOMIC_RELAXED), __ATOMIC_RELAXED);
+        }
     }
 
     uint32_t areaSize;

@@ -197,12 +197,12 @@ SimulatedHost::AnswerWriter SimulatedHost::lineupWriter(std::vector<LineupChanne
             const HbbtvChannelListEntry entry
                 = { channel.channelID1, channel.channelID2, channel.channelID3, channel.channelType, channel.idType,
                       channel.flagA, channel.numberA, channel.numberB, channel.flagB, static_cast<uint32_t>(nameAt) };
-            memcpy(strings + nameAt, channel.name.c_str(), nameBytes);
-            memcpy(entries + sizeof(entry) * count, &entry, sizeof(entry));
+            HbbtvChannelListLayout::copyShared(strings + nameAt, channel.name.c_str(), nameBytes);
+            HbbtvChannelListLayout::copyShared(entries + sizeof(entry) * count, &entry, sizeof(entry));
             nameAt += nameBytes;
             ++count;
         }
-        memcpy(pool + offsetof(HbbtvChannelListPool, count), &count, sizeof(count));
+        __atomic_store_n(&reinterpret_cast<HbbtvChannelListPool*>(pool)->count, count, __ATOMIC_RELAXED);
         answer.valid = 1;
     };
 }
