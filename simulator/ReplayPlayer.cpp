@@ -7,6 +7,8 @@
 
 namespace hbbtv_simulator {
 
+namespace tf = HbbtvTraceFormat;
+
 ReplayPlayer::ReplayPlayer(ReplayHost& host, hbbtv_sim::SimulatedBrowser& browser, ZR_HBBTV_Core::ZR_HbbtvImplInterface* wrapper)
     : m_host(host), m_browser(browser), m_wrapper(wrapper)
 {
@@ -14,18 +16,19 @@ ReplayPlayer::ReplayPlayer(ReplayHost& host, hbbtv_sim::SimulatedBrowser& browse
 
 bool ReplayPlayer::play(const Json& line)
 {
-    const std::string kind = line.value("kind", "");
-    const std::string name = line["name"].is_string() ? line["name"].get<std::string>() : "";
-    if (kind == "host") {
+    const std::string kind = line.value(tf::line::kind, "");
+    const Json& nameField = line[tf::line::name];
+    const std::string name = nameField.is_string() ? nameField.get<std::string>() : "";
+    if (kind == tf::kind::host) {
         return hostCall(name, line);
     }
-    if (kind == "request") {
+    if (kind == tf::kind::request) {
         return request(name, line);
     }
-    if (kind == "browser") {
+    if (kind == tf::kind::browser) {
         return browserCall(name, line);
     }
-    if (kind == "binder" && name == "died") {
+    if (kind == tf::kind::binder && name == "died") {
         m_browser.die();
         m_browserDead = true;
     }
@@ -53,7 +56,7 @@ bool ReplayPlayer::hostCall(const std::string& name, const Json& l)
         return true;
     }
     if (name == "keyClick") w->keyClick(number<unsigned>(l, "key"));
-    else if (name == "newAITNotification") w->newAITNotification(number<unsigned>(l, "version"), aitFrom(l));
+    else if (name == "newAITNotification") w->newAITNotification(number<unsigned>(l, tf::ait::version), aitFrom(l));
     else if (name == "noAITNotification") w->noAITNotification(u16("value"));
     else if (name == "createApplication") w->createApplication(number<int>(l, "appId"), textOf(l, "url"), textOf(l, "extra"));
     else if (name == "prepareCreateApplication") w->prepareCreateApplication();

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "HbbtvBackendRecords.h"
+#include "HbbtvTraceFormat.h"
 #include "ncor/ChannelTunerData.h"
 #include "ScenarioFile.h"
 #include "SimulatedHost.h"
@@ -34,10 +35,12 @@ struct HostData {
     const char* replies[2]; // the streams that show what the library made of it
 };
 const HostData kHostData[] = {
-    {"lineup", TunerCommand_RequestChannelsLineup, {"reply getChannelList", nullptr}},
-    {"schedule", ProgrammeCommand_GetAllProgrammeInfo, {"reply getAllProgrammesForChannel", nullptr}},
-    {"siDescriptors", ProgrammeCommand_GetSIDescriptors, {"reply getSIDescriptors", nullptr}},
-    {"components", TunerCommand_GetAVInfo, {"reply getAVComponents", "reply getActiveAVComponents"}},
+    {HbbtvTraceFormat::hostdata::lineup, TunerCommand_RequestChannelsLineup, {"reply getChannelList", nullptr}},
+    {HbbtvTraceFormat::hostdata::schedule, ProgrammeCommand_GetAllProgrammeInfo,
+     {"reply getAllProgrammesForChannel", nullptr}},
+    {HbbtvTraceFormat::hostdata::siDescriptors, ProgrammeCommand_GetSIDescriptors, {"reply getSIDescriptors", nullptr}},
+    {HbbtvTraceFormat::hostdata::components, TunerCommand_GetAVInfo,
+     {"reply getAVComponents", "reply getActiveAVComponents"}},
 };
 
 // Writes the recorded answer fields into the answer record of the same type.

@@ -10,19 +10,22 @@ namespace hbbtv_simulator {
 
 namespace {
 
+namespace tf = HbbtvTraceFormat;
+
 // What the library decides, by kind: these streams are compared. Host calls, browser requests
 // and browser callbacks are what the replay itself makes; the answers the host gave are fed back.
-const char* const kComparedKinds[] = {"command", "answer", "event", "key", "callback", "reply", "binder"};
+const char* const kComparedKinds[] = {tf::kind::command, tf::kind::answer,   tf::kind::event, tf::kind::key,
+                                      tf::kind::callback, tf::kind::reply, tf::kind::binder};
 
 // The fields that vary from run to run whatever the library does.
 Json comparedFields(const Json& line)
 {
     Json fields = line;
-    for (const char* key : {"t", "th", "seq", "ticket", "us"}) {
+    for (const char* key : {tf::line::time, tf::line::thread, tf::line::seq, tf::command::ticket, tf::command::elapsedUs}) {
         fields.erase(key);
     }
-    if (line["kind"] == "answer") {
-        fields.erase("answer"); // the host's, fed back from the recording
+    if (line[tf::line::kind] == tf::kind::answer) {
+        fields.erase(tf::command::answer); // the host's, fed back from the recording
     }
     return fields;
 }
@@ -31,13 +34,13 @@ const char* const kUnreproducible[] = {"event channelListChanged"};
 
 std::string streamOf(const Json& line)
 {
-    const Json& name = line["name"];
-    return line.value("kind", "") + " " + (name.is_string() ? name.get<std::string>() : name.dump());
+    const Json& name = line[tf::line::name];
+    return line.value(tf::line::kind, "") + " " + (name.is_string() ? name.get<std::string>() : name.dump());
 }
 
 bool compared(const Json& line, const std::set<std::string>& partlyRecorded)
 {
-    const std::string kind = line.value("kind", "");
+    const std::string kind = line.value(tf::line::kind, "");
     const std::string stream = streamOf(line);
     return std::find(std::begin(kComparedKinds), std::end(kComparedKinds), kind) != std::end(kComparedKinds)
            && std::find(std::begin(kUnreproducible), std::end(kUnreproducible), stream) == std::end(kUnreproducible)
@@ -52,12 +55,12 @@ std::set<std::string> partlyRecordedReplies(const std::vector<Json>& recorded)
         size_t answered = 0;
         size_t whole = 0;
         for (const Json& line : recorded) {
-            if (line["kind"] == "answer" && line.value("command", -1) == data.command
-                && line.value("outcome", "") == "answered"
-                && line.value("answer", Json::object()).value("valid", 0) != 0) {
+            if (line[tf::line::kind] == tf::kind::answer && line.value(tf::command::number, -1) == data.command
+                && line.value(tf::command::outcome, "") == tf::outcome::answered
+                && line.value(tf::command::answer, Json::object()).value(tf::answer::valid, 0) != 0) {
                 ++answered;
-            } else if (line["kind"] == "hostdata" && line["name"] == data.name
-                       && line.value("recorded", -1) == line.value("count", -2)) {
+            } else if (line[tf::line::kind] == tf::kind::hostdata && line[tf::line::name] == data.name
+                       && line.value(tf::hostdata::recorded, -1) == line.value(tf::hostdata::count, -2)) {
                 ++whole;
             }
         }
@@ -101,8 +104,8 @@ std::vector<Divergence> compareTraces(const std::vector<Json>& recorded, const s
             if (left == right) {
                 continue;
             }
-            divergences.push_back(Divergence{stream, i + 1, i < a.size() ? (*a[i])["seq"].get<uint64_t>() : 0,
-                                             i < b.size() ? (*b[i])["seq"].get<uint64_t>() : 0,
+            divergences.push_back(Divergence{stream, i + 1, i < a.size() ? (*a[i])[tf::line::seq].get<uint64_t>() : 0,
+                                             i < b.size() ? (*b[i])[tf::line::seq].get<uint64_t>() : 0,
                                              left.is_null() ? "nothing" : left.dump(), right.is_null() ? "nothing" : right.dump()});
         }
     }

@@ -1,5 +1,7 @@
 #include "TraceReplay.h"
 
+#include "HbbtvTraceFormat.h"
+
 #include <dlfcn.h>
 #include <sys/mman.h>
 
@@ -11,6 +13,8 @@
 #include "ReplayPlayer.h"
 
 namespace hbbtv_simulator {
+
+namespace tf = HbbtvTraceFormat;
 
 std::vector<Json> readTrace(const std::string& path)
 {
@@ -33,20 +37,22 @@ std::vector<Json> readTrace(const std::string& path)
         if (zero != std::string::npos && (text.empty() || line.is_discarded())) {
             continue;
         }
-        if (line.is_discarded() || !line.is_object() || !line["kind"].is_string()) {
+        if (line.is_discarded() || !line.is_object() || !line[tf::line::kind].is_string()) {
             throw ScenarioError(path + ":" + std::to_string(number) + " is not a trace line");
         }
-        if (line.contains("seq")) { // drop counts carry none and are left out
+        if (line.contains(tf::line::seq)) { // drop counts carry none and are left out
             lines.push_back(std::move(line));
         }
     }
     // The file is appended to: numbers that start again begin the next recording; the last counts.
     size_t lastStart = 0;
     for (size_t i = 1; i < lines.size(); ++i) {
-        if (!lines[i]["seq"].is_number_unsigned() || !lines[i - 1]["seq"].is_number_unsigned()) {
+        const Json& seq = lines[i][tf::line::seq];
+        const Json& previous = lines[i - 1][tf::line::seq];
+        if (!seq.is_number_unsigned() || !previous.is_number_unsigned()) {
             throw ScenarioError(path + ": a line without a sequence number");
         }
-        if (lines[i]["seq"].get<uint64_t>() <= lines[i - 1]["seq"].get<uint64_t>()) {
+        if (seq.get<uint64_t>() <= previous.get<uint64_t>()) {
             lastStart = i;
         }
     }
@@ -67,7 +73,8 @@ int replay(const Options& options, const std::string& tracePath, const std::stri
         fprintf(stderr, "hbbtv_simulator: %s\n", error.what());
         return 2;
     }
-    if (recorded.empty() || recorded.front()["kind"] != "host" || recorded.front()["name"] != "init") {
+    if (recorded.empty() || recorded.front()[tf::line::kind] != tf::kind::host
+        || recorded.front()[tf::line::name] != "init") {
         fprintf(stderr, "hbbtv_simulator: %s does not start with the host's init; record from boot\n",
                 tracePath.c_str());
         return 2;
@@ -101,8 +108,8 @@ int replay(const Options& options, const std::string& tracePath, const std::stri
         if (!player.play(line)) {
             ++unknown;
             printf("[replay] seq %llu: cannot replay %s %s; skipped\n",
-                   static_cast<unsigned long long>(line["seq"].get<uint64_t>()), line.value("kind", "").c_str(),
-                   line["name"].dump().c_str());
+                   static_cast<unsigned long long>(line[tf::line::seq].get<uint64_t>()),
+                   line.value(tf::line::kind, "").c_str(), line[tf::line::name].dump().c_str());
         }
     }
     if (!player.deinitPlayed()) {
