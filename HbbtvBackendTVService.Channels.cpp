@@ -18,6 +18,9 @@ namespace ZR_HBBTV_Core {
 
 namespace {
 
+// The fields of the channel a request names, in its trace line.
+namespace channelField = trace::format::channel;
+
 const char kSourceName[] = "HbbtvBackendTVService";
 
 typedef HbbtvServiceRequestChannelInfoAnswer::HbbtvIDType HostIDType;
@@ -192,7 +195,7 @@ NCOR::Broadcast::PlayStateError HbbtvBackendTVService::transformHbbtvTunerState2
 
 NCOR::Broadcast::PlayStateError HbbtvBackendTVService::tune(const NCOR::ChannelTunerData& channel)
 {
-    if (trace::on()) trace::Line(trace::kind::request, "tune").arg(trace::format::channel::idType, channel.getIdType()).arg(trace::format::channel::onid, channel.getOnid()).arg(trace::format::channel::sid, channel.getSid()).arg(trace::format::channel::major, channel.getMajorChannel()).arg(trace::format::channel::ipBroadcastID, channel.getIpBroadcastID());
+    if (trace::on()) trace::Line(trace::kind::request, "tune").arg(channelField::idType, channel.getIdType()).arg(channelField::onid, channel.getOnid()).arg(channelField::sid, channel.getSid()).arg(channelField::major, channel.getMajorChannel()).arg(channelField::ipBroadcastID, channel.getIpBroadcastID());
     std::unique_ptr<HbbtvServiceRequestAnswer> answer = HbbtvServiceRequestAnswer::create();
     std::unique_ptr<HbbtvCommandPayloadWithChannelIDInfo> payload;
     if (!channel.getIpBroadcastID().empty() && channel.getSid() == -1 && channel.getOnid() == -1) {
@@ -210,7 +213,7 @@ NCOR::Broadcast::PlayStateError HbbtvBackendTVService::tune(const NCOR::ChannelT
 
 NCOR::Broadcast::PlayStateError HbbtvBackendTVService::bindToCurrentChannel(const NCOR::ChannelTunerData& channel)
 {
-    if (trace::on()) trace::Line(trace::kind::request, "bindToCurrentChannel").arg(trace::format::channel::idType, channel.getIdType()).arg(trace::format::channel::onid, channel.getOnid()).arg(trace::format::channel::sid, channel.getSid()).arg(trace::format::channel::major, channel.getMajorChannel()).arg(trace::format::channel::ipBroadcastID, channel.getIpBroadcastID());
+    if (trace::on()) trace::Line(trace::kind::request, "bindToCurrentChannel").arg(channelField::idType, channel.getIdType()).arg(channelField::onid, channel.getOnid()).arg(channelField::sid, channel.getSid()).arg(channelField::major, channel.getMajorChannel()).arg(channelField::ipBroadcastID, channel.getIpBroadcastID());
     plx_scope_lock lock(&m_tvSericeMutex,
         "virtual NCOR::Broadcast::PlayStateError "
         "ZR_HBBTV_Core::HbbtvBackendTVService::bindToCurrentChannel(const NCOR::ChannelTunerData&)",

@@ -12,6 +12,9 @@ namespace ZR_HBBTV_Core {
 
 namespace {
 
+// The fields of the channel a request names, in its trace line.
+namespace channelField = trace::format::channel;
+
 const char kSourceName[] = "HbbtvBackendTVService";
 // The programmes of a schedule that a trace line carries, the host's and the browser's; the counts
 // say how many there were.
@@ -109,7 +112,7 @@ void HbbtvBackendTVService::getProgrammes(std::vector<NCOR::ProgrammeData*>& pro
 bool HbbtvBackendTVService::getAllProgrammesForChannel(
     const NCOR::ChannelTunerData& channel, std::vector<NCOR::ProgrammeData*>& programmes)
 {
-    if (trace::on()) trace::Line(trace::kind::request, "getAllProgrammesForChannel").arg(trace::format::channel::onid, channel.getOnid()).arg(trace::format::channel::tsid, channel.getTsid()).arg(trace::format::channel::sid, channel.getSid()).arg(trace::format::channel::ccid, channel.getChannelID());
+    if (trace::on()) trace::Line(trace::kind::request, "getAllProgrammesForChannel").arg(channelField::onid, channel.getOnid()).arg(channelField::tsid, channel.getTsid()).arg(channelField::sid, channel.getSid()).arg(channelField::ccid, channel.getChannelID());
     printf("\e[0;32;32m[MSG][HbbTV-APM]%s pass in\e[0m\n", "getAllProgrammesForChannel");
     SharedRegionObject<std::vector<HbbtvEPGInformation>> schedule;
     bool answered = false;
