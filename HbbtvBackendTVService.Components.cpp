@@ -166,7 +166,7 @@ void AvComponentInfoTranslator::translateSubtitleData(
 void HbbtvBackendTVService::getAVComponents(
     NCOR::Broadcast::ComponentType type, std::vector<NCOR::AVComponentData*>& components)
 {
-    if (trace::on()) trace::Line(trace::kind::request, "getAVComponents").arg("type", type);
+    if (trace::on()) trace::Line(trace::kind::request, "getAVComponents").arg(trace::argument::type, type);
     std::unique_ptr<HbbtvServiceRequestAVInfoAnswer> answer = HbbtvServiceRequestAVInfoAnswer::create();
     std::unique_ptr<HbbtvCommandPayload> payload(new HbbtvCommandPayload(TunerCommand_GetAVInfo, 0, type));
     sendServiceRequest(payload, answer);
@@ -181,7 +181,7 @@ void HbbtvBackendTVService::getAVComponents(
 void HbbtvBackendTVService::getActiveAVComponents(
     NCOR::Broadcast::ComponentType type, std::vector<NCOR::AVComponentData*>& components)
 {
-    if (trace::on()) trace::Line(trace::kind::request, "getActiveAVComponents").arg("type", type);
+    if (trace::on()) trace::Line(trace::kind::request, "getActiveAVComponents").arg(trace::argument::type, type);
     std::unique_ptr<HbbtvServiceRequestAVInfoAnswer> answer = HbbtvServiceRequestAVInfoAnswer::create();
     std::unique_ptr<HbbtvCommandPayload> payload(new HbbtvCommandPayload(TunerCommand_GetAVInfo, 1, type));
     sendServiceRequest(payload, answer);

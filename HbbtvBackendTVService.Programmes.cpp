@@ -180,7 +180,7 @@ bool HbbtvBackendTVService::getAllProgrammesForChannel(
 void HbbtvBackendTVService::getSIDescriptors(const std::string& programmeID, NCOR::EIT::DescriptorTag tag,
     NCOR::EIT::ExtensionDescriptorTag extensionTag, std::vector<std::vector<unsigned char>>& descriptors)
 {
-    if (trace::on()) trace::Line(trace::kind::request, "getSIDescriptors").arg("programmeID", programmeID).arg("tag", tag).arg("extensionTag", extensionTag);
+    if (trace::on()) trace::Line(trace::kind::request, "getSIDescriptors").arg(trace::argument::programmeID, programmeID).arg(trace::argument::tag, tag).arg(trace::argument::extensionTag, extensionTag);
     printf("\e[0;32;32m[MSG][HbbTV-BC]%s pass in\e[0m\n", "getSIDescriptors");
     SharedRegionObject<std::vector<std::vector<unsigned char>>> found;
     bool answered = false;

@@ -122,7 +122,7 @@ int ZR_HbbtvImpl::toggleDigitalTeletext() const
 
 void ZR_HbbtvImpl::notifyChannelChanged(unsigned short a, unsigned short b, unsigned short c) const
 {
-    if (trace::on()) trace::Line(trace::kind::host, "notifyChannelChanged").arg("a", a).arg("b", b).arg("c", c);
+    if (trace::on()) trace::Line(trace::kind::host, "notifyChannelChanged").arg(trace::argument::a, a).arg(trace::argument::b, b).arg(trace::argument::c, c);
     const PrivateRef manager(*this);
     if (manager) {
         manager->notifyChannelChanged(a, b, c);
@@ -138,7 +138,7 @@ bool ZR_HbbtvImpl::newAITNotification(unsigned int aitVersion, const AITApps& ap
 
 void ZR_HbbtvImpl::noAITNotification(unsigned short value)
 {
-    if (trace::on()) trace::Line(trace::kind::host, "noAITNotification").arg("value", value);
+    if (trace::on()) trace::Line(trace::kind::host, "noAITNotification").arg(trace::argument::value, value);
     const PrivateRef manager(*this);
     if (manager) {
         manager->noAITNotification(value);
@@ -147,7 +147,7 @@ void ZR_HbbtvImpl::noAITNotification(unsigned short value)
 
 void ZR_HbbtvImpl::tunerStopped(bool stopped)
 {
-    if (trace::on()) trace::Line(trace::kind::host, "tunerStopped").arg("stopped", stopped);
+    if (trace::on()) trace::Line(trace::kind::host, "tunerStopped").arg(trace::argument::stopped, stopped);
     const PrivateRef manager(*this);
     if (manager) {
         manager->tunerStopped(stopped);
@@ -163,7 +163,7 @@ bool ZR_HbbtvImpl::launchBrowser()
 
 bool ZR_HbbtvImpl::keyClick(unsigned int key)
 {
-    if (trace::on()) trace::Line(trace::kind::host, "keyClick").arg("key", key);
+    if (trace::on()) trace::Line(trace::kind::host, "keyClick").arg(trace::argument::key, key);
     const PrivateRef manager(*this);
     if (!manager || !manager->keyClick(key)) {
         return false;
@@ -187,7 +187,7 @@ int ZR_HbbtvImpl::prepareCreateApplication()
 
 int ZR_HbbtvImpl::createApplication(int appId, const std::string& url, const std::string& extra)
 {
-    if (trace::on()) trace::Line(trace::kind::host, "createApplication").arg("appId", appId).arg("url", url).arg("extra", extra);
+    if (trace::on()) trace::Line(trace::kind::host, "createApplication").arg(trace::argument::appId, appId).arg(trace::argument::url, url).arg(trace::argument::extra, extra);
     const PrivateRef manager(*this);
     return manager ? manager->createApplication(appId, url, extra) : 0;
 }
@@ -203,7 +203,7 @@ void ZR_HbbtvImpl::closeUserCreatedApps()
 
 void ZR_HbbtvImpl::notifyBroadbandAccessAvailable(bool available)
 {
-    if (trace::on()) trace::Line(trace::kind::host, "notifyBroadbandAccessAvailable").arg("available", available);
+    if (trace::on()) trace::Line(trace::kind::host, "notifyBroadbandAccessAvailable").arg(trace::argument::available, available);
     const PrivateRef manager(*this);
     if (manager) {
         manager->notifyBroadbandAccessAvailable(available);
@@ -223,7 +223,7 @@ void ZR_HbbtvImpl::notifyHbbtvServiceRequestFinished(HbbtvCommandPayload* payloa
 void ZR_HbbtvImpl::notifyStreamEvent(const std::string& a, const std::string& b, const std::string& c,
                                      const std::string& d)
 {
-    if (trace::on()) trace::Line(trace::kind::host, "notifyStreamEvent").arg("url", a).arg("eventName", b).arg("data", c).arg("eventKind", d);
+    if (trace::on()) trace::Line(trace::kind::host, "notifyStreamEvent").arg(trace::argument::url, a).arg(trace::argument::eventName, b).arg(trace::argument::data, c).arg(trace::argument::eventKind, d);
     const PrivateRef manager(*this);
     if (manager) {
         manager->notifyStreamEvent(a, b, c, d);
@@ -232,7 +232,7 @@ void ZR_HbbtvImpl::notifyStreamEvent(const std::string& a, const std::string& b,
 
 void ZR_HbbtvImpl::setCookiesEnabledAttribute(bool enabled)
 {
-    if (trace::on()) trace::Line(trace::kind::host, "setCookiesEnabledAttribute").arg("enabled", enabled);
+    if (trace::on()) trace::Line(trace::kind::host, "setCookiesEnabledAttribute").arg(trace::argument::enabled, enabled);
     const PrivateRef manager(*this);
     if (manager) {
         manager->setCookiesEnabledAttribute(enabled);
@@ -257,7 +257,7 @@ bool ZR_HbbtvImpl::isBrowserReady()
 
 void ZR_HbbtvImpl::notifyTimezoneChanged(const char* timezone)
 {
-    if (trace::on()) trace::Line(trace::kind::host, "notifyTimezoneChanged").arg("timezone", timezone);
+    if (trace::on()) trace::Line(trace::kind::host, "notifyTimezoneChanged").arg(trace::argument::timezone, timezone);
     const PrivateRef manager(*this);
     if (manager) {
         manager->notifyTimezoneChanged(timezone);
@@ -266,7 +266,7 @@ void ZR_HbbtvImpl::notifyTimezoneChanged(const char* timezone)
 
 void ZR_HbbtvImpl::notifyLocaleChanged(const char* locale)
 {
-    if (trace::on()) trace::Line(trace::kind::host, "notifyLocaleChanged").arg("locale", locale);
+    if (trace::on()) trace::Line(trace::kind::host, "notifyLocaleChanged").arg(trace::argument::locale, locale);
     const PrivateRef manager(*this);
     if (manager) {
         manager->notifyLocaleChanged(locale);
@@ -275,7 +275,7 @@ void ZR_HbbtvImpl::notifyLocaleChanged(const char* locale)
 
 void ZR_HbbtvImpl::notifyParentalRatingChange(unsigned short a, unsigned short b, unsigned short c, int d)
 {
-    if (trace::on()) trace::Line(trace::kind::host, "notifyParentalRatingChange").arg("a", a).arg("b", b).arg("c", c).arg("d", d);
+    if (trace::on()) trace::Line(trace::kind::host, "notifyParentalRatingChange").arg(trace::argument::a, a).arg(trace::argument::b, b).arg(trace::argument::c, c).arg(trace::argument::d, d);
     const PrivateRef manager(*this);
     if (manager) {
         manager->notifyParentalRatingChange(a, b, c, d);
@@ -284,7 +284,7 @@ void ZR_HbbtvImpl::notifyParentalRatingChange(unsigned short a, unsigned short b
 
 void ZR_HbbtvImpl::notifyProgrammeChanged(unsigned short a, unsigned short b, unsigned short c)
 {
-    if (trace::on()) trace::Line(trace::kind::host, "notifyProgrammeChanged").arg("a", a).arg("b", b).arg("c", c);
+    if (trace::on()) trace::Line(trace::kind::host, "notifyProgrammeChanged").arg(trace::argument::a, a).arg(trace::argument::b, b).arg(trace::argument::c, c);
     const PrivateRef manager(*this);
     if (manager) {
         manager->notifyProgrammeChanged(a, b, c);
@@ -293,7 +293,7 @@ void ZR_HbbtvImpl::notifyProgrammeChanged(unsigned short a, unsigned short b, un
 
 void ZR_HbbtvImpl::SetHbbTVRunningStatus(bool running)
 {
-    if (trace::on()) trace::Line(trace::kind::host, "SetHbbTVRunningStatus").arg("running", running);
+    if (trace::on()) trace::Line(trace::kind::host, "SetHbbTVRunningStatus").arg(trace::argument::running, running);
     // Only the private object is required here, not a completed init.
     const PrivateRef manager(*this, false);
     if (manager) {
@@ -303,14 +303,14 @@ void ZR_HbbtvImpl::SetHbbTVRunningStatus(bool running)
 
 bool ZR_HbbtvImpl::isAppAlive(int appId)
 {
-    if (trace::on()) trace::Line(trace::kind::host, "isAppAlive").arg("appId", appId);
+    if (trace::on()) trace::Line(trace::kind::host, "isAppAlive").arg(trace::argument::appId, appId);
     const PrivateRef manager(*this);
     return manager && manager->isAppAlive(appId);
 }
 
 const char* ZR_HbbtvImpl::setupEnvVar(const char* name, const char* value)
 {
-    if (trace::on()) trace::Line(trace::kind::host, "setupEnvVar").arg("var", name).arg("value", value);
+    if (trace::on()) trace::Line(trace::kind::host, "setupEnvVar").arg("var", name).arg(trace::argument::value, value);
     const PrivateRef manager(*this);
     return manager ? manager->setupEnvVar(name, value) : nullptr;
 }
@@ -344,7 +344,7 @@ void ZR_HbbtvImpl::notifyChannelListChanged()
 
 void ZR_HbbtvImpl::selectMMAudioComponent(const HbbtvMultimediaComponentData& component)
 {
-    if (trace::on()) trace::Line(trace::kind::host, "selectMMAudioComponent").arg("text1", component.text1).arg("text2", component.text2).arg("value1", component.value1).arg("flag", component.flag);
+    if (trace::on()) trace::Line(trace::kind::host, "selectMMAudioComponent").arg(trace::argument::text1, component.text1).arg(trace::argument::text2, component.text2).arg(trace::argument::value1, component.value1).arg(trace::argument::flag, component.flag);
     const PrivateRef manager(*this);
     if (manager) {
         manager->selectMMAudioComponent(component);
@@ -353,7 +353,7 @@ void ZR_HbbtvImpl::selectMMAudioComponent(const HbbtvMultimediaComponentData& co
 
 void ZR_HbbtvImpl::selectMMSubtitleComponent(const HbbtvMultimediaComponentData& component)
 {
-    if (trace::on()) trace::Line(trace::kind::host, "selectMMSubtitleComponent").arg("text1", component.text1).arg("text2", component.text2).arg("value1", component.value1).arg("flag", component.flag);
+    if (trace::on()) trace::Line(trace::kind::host, "selectMMSubtitleComponent").arg(trace::argument::text1, component.text1).arg(trace::argument::text2, component.text2).arg(trace::argument::value1, component.value1).arg(trace::argument::flag, component.flag);
     const PrivateRef manager(*this);
     if (manager) {
         manager->selectMMSubtitleComponent(component);

@@ -10,7 +10,7 @@
 //
 // Every line: "t" (monotonic microseconds), "th" (thread id), "kind", "name", the kind's fields,
 // and last "seq" (the line's number, in file order). Call sites are one line:
-//     if (trace::on()) trace::Line(trace::kind::host, "keyClick").arg("key", key);
+//     if (trace::on()) trace::Line(trace::kind::host, "keyClick").arg(trace::argument::key, key);
 // The kinds and the names of the fields that readers decode are in HbbtvTraceFormat.h.
 #ifndef HBBTV_BACKENDGLUE_TRACE_H
 #define HBBTV_BACKENDGLUE_TRACE_H
@@ -32,6 +32,7 @@ namespace trace {
 
 namespace format = HbbtvTraceFormat;
 namespace kind = HbbtvTraceFormat::kind;
+namespace argument = HbbtvTraceFormat::argument;
 
 extern std::atomic<bool> g_on;
 

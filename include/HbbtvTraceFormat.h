@@ -212,6 +212,48 @@ constexpr char ipBroadcastID[] = "ipBroadcastID";
 constexpr char ccid[] = "ccid";
 } // namespace channel
 
+// The arguments of the host calls, browser requests and browser callbacks that a replay makes
+// again (lines of kind host, request and browser), beside the channel and the AIT above.
+namespace argument {
+constexpr char a[] = "a";
+constexpr char b[] = "b";
+constexpr char c[] = "c";
+constexpr char d[] = "d";
+constexpr char appId[] = "appId";
+constexpr char available[] = "available";
+constexpr char data[] = "data";
+constexpr char enabled[] = "enabled";
+constexpr char error[] = "error";
+constexpr char event[] = "event";
+constexpr char eventKind[] = "eventKind";
+constexpr char eventName[] = "eventName";
+constexpr char extensionTag[] = "extensionTag";
+constexpr char extra[] = "extra";
+constexpr char flag[] = "flag";
+constexpr char fullScreen[] = "fullScreen";
+constexpr char height[] = "height";
+constexpr char key[] = "key";
+constexpr char loadId[] = "loadId";
+constexpr char locale[] = "locale";
+constexpr char percent[] = "percent";
+constexpr char programmeID[] = "programmeID";
+constexpr char running[] = "running";
+constexpr char stopped[] = "stopped";
+constexpr char tag[] = "tag";
+constexpr char target[] = "target";
+constexpr char text1[] = "text1";
+constexpr char text2[] = "text2";
+constexpr char timezone[] = "timezone";
+constexpr char type[] = "type";
+constexpr char url[] = "url";
+constexpr char value[] = "value";
+constexpr char value1[] = "value1";
+constexpr char width[] = "width";
+constexpr char windowId[] = "windowId";
+constexpr char x[] = "x";
+constexpr char y[] = "y";
+} // namespace argument
+
 // The name of a numbered field: "ch" and 3 give "ch3".
 inline std::string numbered(const char* stem, size_t index)
 {

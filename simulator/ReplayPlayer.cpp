@@ -8,6 +8,7 @@
 namespace hbbtv_simulator {
 
 namespace tf = HbbtvTraceFormat;
+namespace arg = HbbtvTraceFormat::argument;
 
 ReplayPlayer::ReplayPlayer(ReplayHost& host, hbbtv_sim::SimulatedBrowser& browser, ZR_HBBTV_Core::ZR_HbbtvImplInterface* wrapper)
     : m_host(host), m_browser(browser), m_wrapper(wrapper)
@@ -55,25 +56,25 @@ bool ReplayPlayer::hostCall(const std::string& name, const Json& l)
         found->second(*this, l);
         return true;
     }
-    if (name == "keyClick") w->keyClick(number<unsigned>(l, "key"));
+    if (name == "keyClick") w->keyClick(number<unsigned>(l, arg::key));
     else if (name == "newAITNotification") w->newAITNotification(number<unsigned>(l, tf::ait::version), aitFrom(l));
-    else if (name == "noAITNotification") w->noAITNotification(u16("value"));
-    else if (name == "createApplication") w->createApplication(number<int>(l, "appId"), textOf(l, "url"), textOf(l, "extra"));
+    else if (name == "noAITNotification") w->noAITNotification(u16(arg::value));
+    else if (name == "createApplication") w->createApplication(number<int>(l, arg::appId), textOf(l, arg::url), textOf(l, arg::extra));
     else if (name == "prepareCreateApplication") w->prepareCreateApplication();
     else if (name == "closeUserCreatedApps") w->closeUserCreatedApps();
-    else if (name == "notifyStreamEvent") w->notifyStreamEvent(textOf(l, "url"), textOf(l, "eventName"), textOf(l, "data"), textOf(l, "eventKind"));
+    else if (name == "notifyStreamEvent") w->notifyStreamEvent(textOf(l, arg::url), textOf(l, arg::eventName), textOf(l, arg::data), textOf(l, arg::eventKind));
     else if (name == "isBrowserReady") w->isBrowserReady();
-    else if (name == "SetHbbTVRunningStatus") w->SetHbbTVRunningStatus(l.value("running", false));
-    else if (name == "notifyChannelChanged") w->notifyChannelChanged(u16("a"), u16("b"), u16("c"));
-    else if (name == "notifyProgrammeChanged") w->notifyProgrammeChanged(u16("a"), u16("b"), u16("c"));
-    else if (name == "notifyParentalRatingChange") w->notifyParentalRatingChange(u16("a"), u16("b"), u16("c"), number<int>(l, "d"));
-    else if (name == "tunerStopped") w->tunerStopped(l.value("stopped", false));
-    else if (name == "notifyBroadbandAccessAvailable") w->notifyBroadbandAccessAvailable(l.value("available", false));
-    else if (name == "setCookiesEnabledAttribute") w->setCookiesEnabledAttribute(l.value("enabled", false));
+    else if (name == "SetHbbTVRunningStatus") w->SetHbbTVRunningStatus(l.value(arg::running, false));
+    else if (name == "notifyChannelChanged") w->notifyChannelChanged(u16(arg::a), u16(arg::b), u16(arg::c));
+    else if (name == "notifyProgrammeChanged") w->notifyProgrammeChanged(u16(arg::a), u16(arg::b), u16(arg::c));
+    else if (name == "notifyParentalRatingChange") w->notifyParentalRatingChange(u16(arg::a), u16(arg::b), u16(arg::c), number<int>(l, arg::d));
+    else if (name == "tunerStopped") w->tunerStopped(l.value(arg::stopped, false));
+    else if (name == "notifyBroadbandAccessAvailable") w->notifyBroadbandAccessAvailable(l.value(arg::available, false));
+    else if (name == "setCookiesEnabledAttribute") w->setCookiesEnabledAttribute(l.value(arg::enabled, false));
     else if (name == "sendCookiesEnabledAttribute") w->sendCookiesEnabledAttribute();
-    else if (name == "notifyTimezoneChanged") w->notifyTimezoneChanged(textOf(l, "timezone").c_str());
-    else if (name == "notifyLocaleChanged") w->notifyLocaleChanged(textOf(l, "locale").c_str());
-    else if (name == "isAppAlive") w->isAppAlive(number<int>(l, "appId"));
+    else if (name == "notifyTimezoneChanged") w->notifyTimezoneChanged(textOf(l, arg::timezone).c_str());
+    else if (name == "notifyLocaleChanged") w->notifyLocaleChanged(textOf(l, arg::locale).c_str());
+    else if (name == "isAppAlive") w->isAppAlive(number<int>(l, arg::appId));
     else if (name == "killCurrentApp") w->killCurrentApp();
     else if (name == "notifyChannelListChanged") w->notifyChannelListChanged();
     else if (name == "forceReleaseMMResource") w->forceReleaseMMResource();
@@ -83,10 +84,10 @@ bool ReplayPlayer::hostCall(const std::string& name, const Json& l)
     else if (name == "notifyHbbtvServiceRequestFinished") {} // the replay's host completes its own
     else if (name == "selectMMAudioComponent" || name == "selectMMSubtitleComponent") {
         HbbtvMultimediaComponentData component{};
-        component.text1 = textOf(l, "text1");
-        component.text2 = textOf(l, "text2");
-        component.value1 = number<uint32_t>(l, "value1");
-        component.flag = l.value("flag", false);
+        component.text1 = textOf(l, arg::text1);
+        component.text2 = textOf(l, arg::text2);
+        component.value1 = number<uint32_t>(l, arg::value1);
+        component.flag = l.value(arg::flag, false);
         name == "selectMMAudioComponent" ? w->selectMMAudioComponent(component) : w->selectMMSubtitleComponent(component);
     } else return false;
     return true;
@@ -122,26 +123,26 @@ bool ReplayPlayer::request(const std::string& name, const Json& l)
         for (NCOR::ProgrammeData* programme : programmes) delete programme;
     } else if (name == "getSIDescriptors") {
         std::vector<std::vector<unsigned char>> descriptors;
-        s->getSIDescriptors(textOf(l, "programmeID"), static_cast<NCOR::EIT::DescriptorTag>(number<int>(l, "tag")),
-                            static_cast<NCOR::EIT::ExtensionDescriptorTag>(number<int>(l, "extensionTag")), descriptors);
+        s->getSIDescriptors(textOf(l, arg::programmeID), static_cast<NCOR::EIT::DescriptorTag>(number<int>(l, arg::tag)),
+                            static_cast<NCOR::EIT::ExtensionDescriptorTag>(number<int>(l, arg::extensionTag)), descriptors);
     } else if (name == "getAVComponents" || name == "getActiveAVComponents") {
         std::vector<NCOR::AVComponentData*> components;
-        const auto type = static_cast<NCOR::Broadcast::ComponentType>(number<int>(l, "type"));
+        const auto type = static_cast<NCOR::Broadcast::ComponentType>(number<int>(l, arg::type));
         name == "getAVComponents" ? s->getAVComponents(type, components) : s->getActiveAVComponents(type, components);
         for (NCOR::AVComponentData* component : components) delete component;
     } else if (name == "selectAVComponent" || name == "unselectAVComponent") {
         NCOR::AVComponentData component;
-        component.setComponentType(static_cast<NCOR::Broadcast::ComponentType>(number<int>(l, "type")));
-        component.setComponentTag(number<int16_t>(l, "tag"));
+        component.setComponentType(static_cast<NCOR::Broadcast::ComponentType>(number<int>(l, arg::type)));
+        component.setComponentTag(number<int16_t>(l, arg::tag));
         name == "selectAVComponent" ? s->selectAVComponent(component) : s->unselectAVComponent(component);
     } else if (name == "setViewport") {
-        s->setViewport(l.value("fullScreen", false), number<int>(l, "x"), number<int>(l, "y"), number<int>(l, "width"),
-                       number<int>(l, "height"));
+        s->setViewport(l.value(arg::fullScreen, false), number<int>(l, arg::x), number<int>(l, arg::y), number<int>(l, arg::width),
+                       number<int>(l, arg::height));
     } else if (name == "stopVideo") s->stopVideo();
     else if (name == "releaseVideo") s->releaseVideo();
-    else if (name == "requestOCResourceMount") s->requestOCResourceMount(textOf(l, "url"), text);
-    else if (name == "registerStreamEvent") s->registerStreamEvent(textOf(l, "target"), textOf(l, "event"));
-    else if (name == "unregisterStreamEvent") s->unregisterStreamEvent(textOf(l, "target"), textOf(l, "event"));
+    else if (name == "requestOCResourceMount") s->requestOCResourceMount(textOf(l, arg::url), text);
+    else if (name == "registerStreamEvent") s->registerStreamEvent(textOf(l, arg::target), textOf(l, arg::event));
+    else if (name == "unregisterStreamEvent") s->unregisterStreamEvent(textOf(l, arg::target), textOf(l, arg::event));
     else if (name == "suspendBroadcastService") s->suspendBroadcastService();
     else if (name == "resumeBroadcastService") s->resumeBroadcastService();
     else if (name == "leaveLiveIn") s->leaveLiveIn();
@@ -161,13 +162,13 @@ bool ReplayPlayer::request(const std::string& name, const Json& l)
 
 bool ReplayPlayer::browserCall(const std::string& name, const Json& l)
 {
-    if (name == "notifyNewWindow") m_browser.notifyNewWindow(number<int>(l, "windowId"));
-    else if (name == "notifyWindowClosed") m_browser.notifyWindowClosed(number<int>(l, "windowId"));
-    else if (name == "notifyLoadStarted") m_browser.notifyLoadStarted(number<int>(l, "loadId"), textOf(l, "url"));
-    else if (name == "notifyLoadProgress") m_browser.notifyLoadProgress(number<int>(l, "loadId"), number<int>(l, "percent"));
-    else if (name == "notifyLoadComplete") m_browser.notifyLoadComplete(number<int>(l, "loadId"));
-    else if (name == "notifyLoadFailed") m_browser.notifyLoadFailed(number<int>(l, "loadId"), textOf(l, "url"), number<int>(l, "error"));
-    else if (name == "notifyInitialLayoutCompleted") m_browser.notifyInitialLayoutCompleted(number<int>(l, "loadId"));
+    if (name == "notifyNewWindow") m_browser.notifyNewWindow(number<int>(l, arg::windowId));
+    else if (name == "notifyWindowClosed") m_browser.notifyWindowClosed(number<int>(l, arg::windowId));
+    else if (name == "notifyLoadStarted") m_browser.notifyLoadStarted(number<int>(l, arg::loadId), textOf(l, arg::url));
+    else if (name == "notifyLoadProgress") m_browser.notifyLoadProgress(number<int>(l, arg::loadId), number<int>(l, arg::percent));
+    else if (name == "notifyLoadComplete") m_browser.notifyLoadComplete(number<int>(l, arg::loadId));
+    else if (name == "notifyLoadFailed") m_browser.notifyLoadFailed(number<int>(l, arg::loadId), textOf(l, arg::url), number<int>(l, arg::error));
+    else if (name == "notifyInitialLayoutCompleted") m_browser.notifyInitialLayoutCompleted(number<int>(l, arg::loadId));
     else if (name == "notifyKeyEventConsumed") {} // the simulated browser answers keys itself
     else return false;
     return true;
