@@ -18,6 +18,9 @@ namespace ZR_HBBTV_Core {
 
 namespace {
 
+// The fields of the channel a request names, in its trace line.
+namespace channelField = trace::format::channel;
+
 const char kSourceName[] = "HbbtvBackendTVService";
 
 typedef HbbtvServiceRequestChannelInfoAnswer::HbbtvIDType HostIDType;
@@ -194,7 +197,7 @@ NCOR::Broadcast::PlayStateError HbbtvBackendTVService::transformHbbtvTunerState2
 
 NCOR::Broadcast::PlayStateError HbbtvBackendTVService::tune(const NCOR::ChannelTunerData& channel)
 {
-    if (trace::on()) trace::Line("request", "tune").arg("idType", channel.getIdType()).arg("onid", channel.getOnid()).arg("sid", channel.getSid()).arg("major", channel.getMajorChannel()).arg("ipBroadcastID", channel.getIpBroadcastID());
+    if (trace::on()) trace::Line(trace::kind::request, "tune").arg(channelField::idType, channel.getIdType()).arg(channelField::onid, channel.getOnid()).arg(channelField::sid, channel.getSid()).arg(channelField::major, channel.getMajorChannel()).arg(channelField::ipBroadcastID, channel.getIpBroadcastID());
     std::unique_ptr<HbbtvServiceRequestAnswer> answer = HbbtvServiceRequestAnswer::create();
     std::unique_ptr<HbbtvCommandPayloadWithChannelIDInfo> payload;
     if (!channel.getIpBroadcastID().empty() && channel.getSid() == -1 && channel.getOnid() == -1) {
@@ -205,14 +208,14 @@ NCOR::Broadcast::PlayStateError HbbtvBackendTVService::tune(const NCOR::ChannelT
             TunerCommand_TuneTo, channel.getSid(), channel.getOnid(), channel.getMajorChannel()));
     }
     sendServiceRequest(payload, answer);
-    if (trace::on()) trace::Line("reply", "tune").arg("result", answer->intValue1);
+    if (trace::on()) trace::Line(trace::kind::reply, "tune").arg("result", answer->intValue1);
     // Not checked for validity: a request that was not answered reports 0, as the answer was made.
     return static_cast<NCOR::Broadcast::PlayStateError>(answer->intValue1);
 }
 
 NCOR::Broadcast::PlayStateError HbbtvBackendTVService::bindToCurrentChannel(const NCOR::ChannelTunerData& channel)
 {
-    if (trace::on()) trace::Line("request", "bindToCurrentChannel").arg("idType", channel.getIdType()).arg("onid", channel.getOnid()).arg("sid", channel.getSid()).arg("major", channel.getMajorChannel()).arg("ipBroadcastID", channel.getIpBroadcastID());
+    if (trace::on()) trace::Line(trace::kind::request, "bindToCurrentChannel").arg(channelField::idType, channel.getIdType()).arg(channelField::onid, channel.getOnid()).arg(channelField::sid, channel.getSid()).arg(channelField::major, channel.getMajorChannel()).arg(channelField::ipBroadcastID, channel.getIpBroadcastID());
     plx_scope_lock lock(&m_tvSericeMutex,
         "virtual NCOR::Broadcast::PlayStateError "
         "ZR_HBBTV_Core::HbbtvBackendTVService::bindToCurrentChannel(const NCOR::ChannelTunerData&)",
@@ -221,13 +224,13 @@ NCOR::Broadcast::PlayStateError HbbtvBackendTVService::bindToCurrentChannel(cons
     std::unique_ptr<HbbtvCommandPayloadWithChannelIDInfo> payload(new HbbtvCommandPayloadWithChannelIDInfo(
         TunerCommand_Bind2CurrentChannel, channel.getSid(), channel.getOnid(), channel.getMajorChannel()));
     sendServiceRequest(payload, answer);
-    if (trace::on()) trace::Line("reply", "bindToCurrentChannel").arg("result", answer->intValue1);
+    if (trace::on()) trace::Line(trace::kind::reply, "bindToCurrentChannel").arg("result", answer->intValue1);
     return static_cast<NCOR::Broadcast::PlayStateError>(answer->intValue1);
 }
 
 bool HbbtvBackendTVService::getCurrentChannel(NCOR::ChannelTunerData& channel)
 {
-    if (trace::on()) trace::Line("request", "getCurrentChannel");
+    if (trace::on()) trace::Line(trace::kind::request, "getCurrentChannel");
     std::unique_ptr<HbbtvServiceRequestChannelInfoAnswer> answer(new HbbtvServiceRequestChannelInfoAnswer());
     std::unique_ptr<HbbtvCommandPayload> payload(new HbbtvCommandPayload(TunerCommand_GetCurrentChannelInfo));
     sendServiceRequest(payload, answer);
@@ -235,13 +238,13 @@ bool HbbtvBackendTVService::getCurrentChannel(NCOR::ChannelTunerData& channel)
         return false;
     }
     TranslateChannelData()(answer->channelInfo, channel);
-    if (trace::on()) trace::Line("reply", "getCurrentChannel").arg("onid", channel.getOnid()).arg("sid", channel.getSid()).arg("name", channel.getName());
+    if (trace::on()) trace::Line(trace::kind::reply, "getCurrentChannel").arg("onid", channel.getOnid()).arg("sid", channel.getSid()).arg("name", channel.getName());
     return true;
 }
 
 bool HbbtvBackendTVService::getChannelList(std::vector<NCOR::ChannelTunerData*>& channels)
 {
-    if (trace::on()) trace::Line("request", "getChannelList");
+    if (trace::on()) trace::Line(trace::kind::request, "getChannelList");
     HbbtvChannelListPool* const pool = hbbtvBackendChannelListPool();
     if (pool == nullptr) {
         return false;
@@ -275,27 +278,30 @@ bool HbbtvBackendTVService::getChannelList(std::vector<NCOR::ChannelTunerData*>&
         count = capacity;
     }
     // {"kind":"hostdata","name":"lineup"}: the entries as the host wrote them.
+    namespace hostdata = trace::format::hostdata;
+    namespace field = trace::format::lineupEntry;
     std::unique_ptr<trace::Line> hostLineup;
     if (trace::on()) {
-        hostLineup.reset(new trace::Line("hostdata", "lineup"));
-        hostLineup->arg("count", hostCount).arg("recorded", count < kTracedChannels ? count : kTracedChannels);
+        hostLineup.reset(new trace::Line(trace::kind::hostdata, hostdata::lineup));
+        hostLineup->arg(hostdata::count, hostCount)
+            .arg(hostdata::recorded, count < kTracedChannels ? count : kTracedChannels);
     }
     for (uint32_t i = 0; i < count; ++i) {
         HbbtvChannelListEntry entry;
         HbbtvChannelListLayout::copyShared(&entry, entries + sizeof(HbbtvChannelListEntry) * i, sizeof(entry));
         const std::string name = lineupName(strings, stringsSize, entry.nameOffset, i);
         if (hostLineup != nullptr && i < kTracedChannels) {
-            hostLineup->begin(("ch" + std::to_string(i)).c_str())
-                .arg("id1", entry.channelID1)
-                .arg("id2", entry.channelID2)
-                .arg("id3", entry.channelID3)
-                .arg("type", entry.channelType)
-                .arg("idType", entry.idType)
-                .arg("flagA", entry.flagA)
-                .arg("numberA", entry.numberA)
-                .arg("numberB", entry.numberB)
-                .arg("flagB", entry.flagB)
-                .arg("name", name)
+            hostLineup->begin(trace::format::numbered(hostdata::channelStem, i).c_str())
+                .arg(field::id1, entry.channelID1)
+                .arg(field::id2, entry.channelID2)
+                .arg(field::id3, entry.channelID3)
+                .arg(field::type, entry.channelType)
+                .arg(field::idType, entry.idType)
+                .arg(field::flagA, entry.flagA)
+                .arg(field::numberA, entry.numberA)
+                .arg(field::numberB, entry.numberB)
+                .arg(field::flagB, entry.flagB)
+                .arg(field::name, name)
                 .end();
         }
 
@@ -324,7 +330,7 @@ bool HbbtvBackendTVService::getChannelList(std::vector<NCOR::ChannelTunerData*>&
     }
     hostLineup.reset();
     if (trace::on()) {
-        trace::Line line("reply", "getChannelList");
+        trace::Line line(trace::kind::reply, "getChannelList");
         line.arg("channels", channels.size()).arg("hostCount", hostCount);
         for (size_t i = 0; i < channels.size() && i < kTracedChannels; ++i) {
             const NCOR::ChannelTunerData& channel = *channels[i];
@@ -348,13 +354,13 @@ bool HbbtvBackendTVService::getChannelList(std::vector<NCOR::ChannelTunerData*>&
 
 void HbbtvBackendTVService::suspendBroadcastService()
 {
-    if (trace::on()) trace::Line("request", "suspendBroadcastService");
+    if (trace::on()) trace::Line(trace::kind::request, "suspendBroadcastService");
     sendPlainCommand(TunerCommand_SuspendTuner);
 }
 
 void HbbtvBackendTVService::resumeBroadcastService()
 {
-    if (trace::on()) trace::Line("request", "resumeBroadcastService");
+    if (trace::on()) trace::Line(trace::kind::request, "resumeBroadcastService");
     sendPlainCommand(TunerCommand_ResumeTuner);
 }
 
@@ -365,13 +371,13 @@ bool HbbtvBackendTVService::isBroadcastServiceSuspended()
 
 void HbbtvBackendTVService::leaveLiveIn()
 {
-    if (trace::on()) trace::Line("request", "leaveLiveIn");
+    if (trace::on()) trace::Line(trace::kind::request, "leaveLiveIn");
     sendPlainCommand(TunerCommand_ExitLiveIn);
 }
 
 void HbbtvBackendTVService::returnLiveIn()
 {
-    if (trace::on()) trace::Line("request", "returnLiveIn");
+    if (trace::on()) trace::Line(trace::kind::request, "returnLiveIn");
     sendPlainCommand(TunerCommand_ReturnLiveIn);
 }
 

@@ -40,7 +40,9 @@ unsigned int boundedCount(int32_t count, unsigned int capacity, const char* what
 // for the type (bounded by the record), as the host wrote them.
 void traceHostComponents(NCOR::Broadcast::ComponentType type, const HbbtvAVComponentInfo& info)
 {
-    trace::Line line("hostdata", "components");
+    namespace hostdata = trace::format::hostdata;
+    namespace field = trace::format::componentEntry;
+    trace::Line line(trace::kind::hostdata, hostdata::components);
     const bool subtitles = type == NCOR::Broadcast::COMPONENT_TYPE_SUBTITLE;
     int32_t read = 0;
     if (type == NCOR::Broadcast::COMPONENT_TYPE_VIDEO) {
@@ -49,22 +51,22 @@ void traceHostComponents(NCOR::Broadcast::ComponentType type, const HbbtvAVCompo
         const int32_t capacity = subtitles ? HbbtvAVComponentInfo::kSubtitleEntries : HbbtvAVComponentInfo::kAVEntries;
         read = info.count <= 0 ? 0 : (info.count < capacity ? info.count : capacity);
     }
-    line.arg("type", type).arg("count", read).arg("recorded", read);
+    line.arg(hostdata::componentType, type).arg(hostdata::count, read).arg(hostdata::recorded, read);
     for (int32_t k = 0; k < read; ++k) {
-        line.begin(("c" + std::to_string(k)).c_str());
+        line.begin(trace::format::numbered(hostdata::componentStem, static_cast<size_t>(k)).c_str());
         if (subtitles) {
             const HbbtvAVComponentInfo::SubtitleEntry& entry = info.subtitleEntries[k];
-            line.arg("flagA", entry.flagA).arg("flagB", entry.flagB).arg("valueP", entry.valueP);
-            line.arg("language", entry.language.terminatedString());
+            line.arg(field::flagA, entry.flagA).arg(field::flagB, entry.flagB).arg(field::valueP, entry.valueP);
+            line.arg(field::language, entry.language.terminatedString());
         } else {
             const HbbtvAVComponentInfo::AVEntry& entry = info.avEntries[k];
-            line.arg("flagA", entry.flagA)
-                .arg("flagB", entry.flagB)
-                .arg("valueP", entry.valueP)
-                .arg("valueQ", entry.valueQ)
-                .arg("valueR", entry.valueR)
-                .arg("valueS", entry.valueS)
-                .arg("language", entry.language.terminatedString());
+            line.arg(field::flagA, entry.flagA)
+                .arg(field::flagB, entry.flagB)
+                .arg(field::valueP, entry.valueP)
+                .arg(field::valueQ, entry.valueQ)
+                .arg(field::valueR, entry.valueR)
+                .arg(field::valueS, entry.valueS)
+                .arg(field::language, entry.language.terminatedString());
         }
         line.end();
     }
@@ -73,7 +75,7 @@ void traceHostComponents(NCOR::Broadcast::ComponentType type, const HbbtvAVCompo
 // The components as the browser was given them (at most a record's worth).
 void traceGivenComponents(const char* request, const std::vector<NCOR::AVComponentData*>& components, size_t from)
 {
-    trace::Line line("reply", request);
+    trace::Line line(trace::kind::reply, request);
     line.arg("components", components.size() - from);
     for (size_t i = from; i < components.size(); ++i) {
         const NCOR::AVComponentData& c = *components[i];
@@ -164,7 +166,7 @@ void AvComponentInfoTranslator::translateSubtitleData(
 void HbbtvBackendTVService::getAVComponents(
     NCOR::Broadcast::ComponentType type, std::vector<NCOR::AVComponentData*>& components)
 {
-    if (trace::on()) trace::Line("request", "getAVComponents").arg("type", type);
+    if (trace::on()) trace::Line(trace::kind::request, "getAVComponents").arg(trace::argument::type, type);
     std::unique_ptr<HbbtvServiceRequestAVInfoAnswer> answer = HbbtvServiceRequestAVInfoAnswer::create();
     std::unique_ptr<HbbtvCommandPayload> payload(new HbbtvCommandPayload(TunerCommand_GetAVInfo, 0, type));
     sendServiceRequest(payload, answer);
@@ -179,7 +181,7 @@ void HbbtvBackendTVService::getAVComponents(
 void HbbtvBackendTVService::getActiveAVComponents(
     NCOR::Broadcast::ComponentType type, std::vector<NCOR::AVComponentData*>& components)
 {
-    if (trace::on()) trace::Line("request", "getActiveAVComponents").arg("type", type);
+    if (trace::on()) trace::Line(trace::kind::request, "getActiveAVComponents").arg(trace::argument::type, type);
     std::unique_ptr<HbbtvServiceRequestAVInfoAnswer> answer = HbbtvServiceRequestAVInfoAnswer::create();
     std::unique_ptr<HbbtvCommandPayload> payload(new HbbtvCommandPayload(TunerCommand_GetAVInfo, 1, type));
     sendServiceRequest(payload, answer);

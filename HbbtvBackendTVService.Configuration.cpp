@@ -34,30 +34,30 @@ void HbbtvBackendTVService::getConfigurationID(HbbtvBackendCommand command, std:
     if (answer->valid != 0) {
         out = hostTerminatedText(answer->strValue1);
     }
-    if (trace::on()) trace::Line("reply", "getConfigurationID").arg("command", command).arg("text", out);
+    if (trace::on()) trace::Line(trace::kind::reply, "getConfigurationID").arg("command", command).arg("text", out);
 }
 
 void HbbtvBackendTVService::getCountryId(std::string& country)
 {
-    if (trace::on()) trace::Line("request", "getCountryId");
+    if (trace::on()) trace::Line(trace::kind::request, "getCountryId");
     getConfigurationID(ConfigCommand_GetCountryID, country);
 }
 
 void HbbtvBackendTVService::getPreferredSubtitleLanguage(std::string& language)
 {
-    if (trace::on()) trace::Line("request", "getPreferredSubtitleLanguage");
+    if (trace::on()) trace::Line(trace::kind::request, "getPreferredSubtitleLanguage");
     getConfigurationID(ConfigCommand_GetSubtitleLanguage, language);
 }
 
 void HbbtvBackendTVService::getPreferredAudioLanguage(std::string& language)
 {
-    if (trace::on()) trace::Line("request", "getPreferredAudioLanguage");
+    if (trace::on()) trace::Line(trace::kind::request, "getPreferredAudioLanguage");
     getConfigurationID(ConfigCommand_GetAudioLanguage, language);
 }
 
 bool HbbtvBackendTVService::getAudioDescriptionEnable()
 {
-    if (trace::on()) trace::Line("request", "getAudioDescriptionEnable");
+    if (trace::on()) trace::Line(trace::kind::request, "getAudioDescriptionEnable");
     printf("\e[0;32;32m[MSG][HbbTV-???]%s pass in\e[0m\n", "getAudioDescriptionEnable");
     const std::unique_ptr<HbbtvServiceRequestAnswer> answer
         = sendStringCommand(ConfigCommand_GetAudioDescription, std::string(), std::string());
@@ -73,7 +73,7 @@ bool HbbtvBackendTVService::getAudioDescriptionEnable()
 // negative value passes, since the comparison is unsigned.
 int HbbtvBackendTVService::getParentalControlThreshold()
 {
-    if (trace::on()) trace::Line("request", "getParentalControlThreshold");
+    if (trace::on()) trace::Line(trace::kind::request, "getParentalControlThreshold");
     const std::unique_ptr<HbbtvServiceRequestAnswer> answer = sendPlainCommand(ConfigCommand_GetParental);
     if (static_cast<unsigned int>(answer->intValue1) < 3u) {
         answer->intValue1 = 3;
@@ -89,25 +89,25 @@ void HbbtvBackendTVService::getSupportedParentalSchemes(std::vector<std::string>
 
 void HbbtvBackendTVService::getModelName(std::string& name)
 {
-    if (trace::on()) trace::Line("request", "getModelName");
+    if (trace::on()) trace::Line(trace::kind::request, "getModelName");
     readDeviceProperty("getModelName", "MODEL_NAME", name);
 }
 
 void HbbtvBackendTVService::getSoftwareVersion(std::string& version)
 {
-    if (trace::on()) trace::Line("request", "getSoftwareVersion");
+    if (trace::on()) trace::Line(trace::kind::request, "getSoftwareVersion");
     readDeviceProperty("getSoftwareVersion", "SOFTWARE_VERSION", version);
 }
 
 void HbbtvBackendTVService::getHardwareVersion(std::string& version)
 {
-    if (trace::on()) trace::Line("request", "getHardwareVersion");
+    if (trace::on()) trace::Line(trace::kind::request, "getHardwareVersion");
     readDeviceProperty("getHardwareVersion", "HARDWARE_VERSION", version);
 }
 
 void HbbtvBackendTVService::getSerialNumber(std::string& number)
 {
-    if (trace::on()) trace::Line("request", "getSerialNumber");
+    if (trace::on()) trace::Line(trace::kind::request, "getSerialNumber");
     readDeviceProperty("getSerialNumber", "SERIAL_NUMBER", number);
 }
 

@@ -12,6 +12,9 @@ namespace ZR_HBBTV_Core {
 
 namespace {
 
+// The fields of the channel a request names, in its trace line.
+namespace channelField = trace::format::channel;
+
 const char kSourceName[] = "HbbtvBackendTVService";
 // The programmes of a schedule that a trace line carries, the host's and the browser's; the counts
 // say how many there were.
@@ -20,27 +23,29 @@ const size_t kTracedProgrammes = 32;
 // {"kind":"hostdata","name":"schedule"}: the events as the host wrote them into the result vector.
 void traceHostSchedule(const std::vector<HbbtvEPGInformation>& schedule)
 {
-    trace::Line line("hostdata", "schedule");
+    namespace hostdata = trace::format::hostdata;
+    namespace field = trace::format::scheduleEntry;
+    trace::Line line(trace::kind::hostdata, hostdata::schedule);
     const size_t recorded = schedule.size() < kTracedProgrammes ? schedule.size() : kTracedProgrammes;
-    line.arg("count", schedule.size()).arg("recorded", recorded);
+    line.arg(hostdata::count, schedule.size()).arg(hostdata::recorded, recorded);
     for (size_t i = 0; i < recorded; ++i) {
         const HbbtvEPGInformation& event = schedule[i];
-        line.begin(("e" + std::to_string(i)).c_str())
-            .arg("word0", event.word0)
-            .arg("word1", event.word1)
-            .arg("word2", event.word2)
-            .arg("word3", event.word3)
-            .arg("text1", event.text1)
-            .arg("text2", event.text2)
-            .arg("text3", event.text3)
-            .arg("text4", event.text4)
-            .arg("rating", event.parentalRating)
-            .arg("value16", event.value16)
-            .arg("text5", event.text5)
-            .arg("byte0", event.byte0)
-            .arg("byte1", event.byte1)
-            .arg("byte2", event.byte2)
-            .arg("byte3", event.byte3)
+        line.begin(trace::format::numbered(hostdata::programmeStem, i).c_str())
+            .arg(field::word0, event.word0)
+            .arg(field::word1, event.word1)
+            .arg(field::word2, event.word2)
+            .arg(field::word3, event.word3)
+            .arg(field::text1, event.text1)
+            .arg(field::text2, event.text2)
+            .arg(field::text3, event.text3)
+            .arg(field::text4, event.text4)
+            .arg(field::rating, event.parentalRating)
+            .arg(field::value16, event.value16)
+            .arg(field::text5, event.text5)
+            .arg(field::byte0, event.byte0)
+            .arg(field::byte1, event.byte1)
+            .arg(field::byte2, event.byte2)
+            .arg(field::byte3, event.byte3)
             .end();
     }
 }
@@ -58,10 +63,11 @@ void traceDescriptors(trace::Line& line, const std::vector<std::vector<unsigned 
            && descriptors[from + recorded].size() <= kTracedDescriptorBytes) {
         ++recorded;
     }
-    line.arg("count", descriptors.size() - from).arg("recorded", recorded);
+    namespace hostdata = trace::format::hostdata;
+    line.arg(hostdata::count, descriptors.size() - from).arg(hostdata::recorded, recorded);
     for (size_t i = 0; i < recorded; ++i) {
         const std::vector<unsigned char>& descriptor = descriptors[from + i];
-        line.bytes(("d" + std::to_string(i)).c_str(), descriptor.data(), descriptor.size());
+        line.bytes(trace::format::numbered(hostdata::descriptorStem, i).c_str(), descriptor.data(), descriptor.size());
     }
 }
 
@@ -81,7 +87,7 @@ void ProgrammeInfoTranslator::operator()(
 // order. What the vector held before is the caller's.
 void HbbtvBackendTVService::getProgrammes(std::vector<NCOR::ProgrammeData*>& programmes)
 {
-    if (trace::on()) trace::Line("request", "getProgrammes");
+    if (trace::on()) trace::Line(trace::kind::request, "getProgrammes");
     programmes.clear();
     const int which[] = { 1, 0 };
     for (int present : which) {
@@ -99,14 +105,14 @@ void HbbtvBackendTVService::getProgrammes(std::vector<NCOR::ProgrammeData*>& pro
         ProgrammeInfoTranslator()(answer->programInfo, *programme);
         programmes.push_back(programme);
     }
-    if (trace::on()) trace::Line("reply", "getProgrammes").arg("programmes", programmes.size());
+    if (trace::on()) trace::Line(trace::kind::reply, "getProgrammes").arg("programmes", programmes.size());
 }
 
 // Returns whether the host answered; the programmes it listed are appended, owned by the caller.
 bool HbbtvBackendTVService::getAllProgrammesForChannel(
     const NCOR::ChannelTunerData& channel, std::vector<NCOR::ProgrammeData*>& programmes)
 {
-    if (trace::on()) trace::Line("request", "getAllProgrammesForChannel").arg("onid", channel.getOnid()).arg("tsid", channel.getTsid()).arg("sid", channel.getSid()).arg("ccid", channel.getChannelID());
+    if (trace::on()) trace::Line(trace::kind::request, "getAllProgrammesForChannel").arg(channelField::onid, channel.getOnid()).arg(channelField::tsid, channel.getTsid()).arg(channelField::sid, channel.getSid()).arg(channelField::ccid, channel.getChannelID());
     printf("\e[0;32;32m[MSG][HbbTV-APM]%s pass in\e[0m\n", "getAllProgrammesForChannel");
     SharedRegionObject<std::vector<HbbtvEPGInformation>> schedule;
     bool answered = false;
@@ -148,7 +154,7 @@ bool HbbtvBackendTVService::getAllProgrammesForChannel(
         }
     }
     if (trace::on()) {
-        trace::Line line("reply", "getAllProgrammesForChannel");
+        trace::Line line(trace::kind::reply, "getAllProgrammesForChannel");
         line.arg("answered", answered).arg("programmes", programmes.size() - listedBefore);
         for (size_t i = listedBefore; i < programmes.size() && i - listedBefore < kTracedProgrammes; ++i) {
             const NCOR::ProgrammeData& programme = *programmes[i];
@@ -174,7 +180,7 @@ bool HbbtvBackendTVService::getAllProgrammesForChannel(
 void HbbtvBackendTVService::getSIDescriptors(const std::string& programmeID, NCOR::EIT::DescriptorTag tag,
     NCOR::EIT::ExtensionDescriptorTag extensionTag, std::vector<std::vector<unsigned char>>& descriptors)
 {
-    if (trace::on()) trace::Line("request", "getSIDescriptors").arg("programmeID", programmeID).arg("tag", tag).arg("extensionTag", extensionTag);
+    if (trace::on()) trace::Line(trace::kind::request, "getSIDescriptors").arg(trace::argument::programmeID, programmeID).arg(trace::argument::tag, tag).arg(trace::argument::extensionTag, extensionTag);
     printf("\e[0;32;32m[MSG][HbbTV-BC]%s pass in\e[0m\n", "getSIDescriptors");
     SharedRegionObject<std::vector<std::vector<unsigned char>>> found;
     bool answered = false;
@@ -188,7 +194,7 @@ void HbbtvBackendTVService::getSIDescriptors(const std::string& programmeID, NCO
     }
     if (answered && trace::on()) {
         // {"kind":"hostdata","name":"siDescriptors"}: the descriptors as the host wrote them.
-        trace::Line line("hostdata", "siDescriptors");
+        trace::Line line(trace::kind::hostdata, trace::format::hostdata::siDescriptors);
         traceDescriptors(line, *found, 0);
     }
     const size_t listedBefore = descriptors.size();
@@ -198,7 +204,7 @@ void HbbtvBackendTVService::getSIDescriptors(const std::string& programmeID, NCO
         }
     }
     if (trace::on()) {
-        trace::Line line("reply", "getSIDescriptors");
+        trace::Line line(trace::kind::reply, "getSIDescriptors");
         line.arg("answered", answered);
         traceDescriptors(line, descriptors, listedBefore);
     }

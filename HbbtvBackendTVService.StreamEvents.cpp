@@ -72,7 +72,7 @@ int HbbtvBackendTVService::extractServiceIDformURL(std::string url)
 
 void HbbtvBackendTVService::registerStreamEvent(const std::string& target, const std::string& eventName)
 {
-    if (trace::on()) trace::Line("request", "registerStreamEvent").arg("target", target).arg("event", eventName);
+    if (trace::on()) trace::Line(trace::kind::request, "registerStreamEvent").arg(trace::argument::target, target).arg(trace::argument::event, eventName);
     registerStreamEvent(target, eventName, false, -1);
 }
 
@@ -85,7 +85,7 @@ void HbbtvBackendTVService::registerStreamEvent(
 
 void HbbtvBackendTVService::unregisterStreamEvent(const std::string& target, const std::string& eventName)
 {
-    if (trace::on()) trace::Line("request", "unregisterStreamEvent").arg("target", target).arg("event", eventName);
+    if (trace::on()) trace::Line(trace::kind::request, "unregisterStreamEvent").arg(trace::argument::target, target).arg(trace::argument::event, eventName);
     sendStringCommand(TunerCommand_RemoveStreamEvent, target, eventName, 0, 0);
 }
 
@@ -97,7 +97,7 @@ void HbbtvBackendTVService::unregisterAllStreamEvents() { }
 // unless the host refuses for good or HbbTV stops meanwhile.
 bool HbbtvBackendTVService::requestOCResourceMount(const std::string& url, std::string& mountPoint)
 {
-    if (trace::on()) trace::Line("request", "requestOCResourceMount").arg("url", url);
+    if (trace::on()) trace::Line(trace::kind::request, "requestOCResourceMount").arg(trace::argument::url, url);
     unsigned int serviceId = 0;
     if (!FindServiceIdFromDvbUrl()(url, serviceId)) {
         return false;
@@ -119,7 +119,7 @@ bool HbbtvBackendTVService::requestOCResourceMount(const std::string& url, std::
         sendServiceRequest(payload, answer);
         if (answer->valid != 0) {
             mountPoint = hostTerminatedText(answer->strValue1);
-            if (trace::on()) trace::Line("reply", "requestOCResourceMount").arg("mountPoint", mountPoint);
+            if (trace::on()) trace::Line(trace::kind::reply, "requestOCResourceMount").arg("mountPoint", mountPoint);
             return true;
         }
         if (answer->refused != 0) {

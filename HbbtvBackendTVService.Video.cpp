@@ -23,20 +23,20 @@ void HbbtvBackendTVService::openVideo()
 
 void HbbtvBackendTVService::stopVideo()
 {
-    if (trace::on()) trace::Line("request", "stopVideo");
+    if (trace::on()) trace::Line(trace::kind::request, "stopVideo");
     sendPlainCommand(DVBMediaPlayer_CloseVideo);
 }
 
 void HbbtvBackendTVService::releaseVideo()
 {
-    if (trace::on()) trace::Line("request", "releaseVideo");
+    if (trace::on()) trace::Line(trace::kind::request, "releaseVideo");
     plx_scope_lock lock(&m_tvSericeMutex, "virtual void ZR_HBBTV_Core::HbbtvBackendTVService::releaseVideo()", 568);
     sendPlainCommand(VideoBroadcastElementEvent_ReleaseVideoControl);
 }
 
 void HbbtvBackendTVService::setViewport(bool fullScreen, int x, int y, int width, int height)
 {
-    if (trace::on()) trace::Line("request", "setViewport").arg("fullScreen", fullScreen).arg("x", x).arg("y", y).arg("width", width).arg("height", height);
+    if (trace::on()) trace::Line(trace::kind::request, "setViewport").arg(trace::argument::fullScreen, fullScreen).arg(trace::argument::x, x).arg(trace::argument::y, y).arg(trace::argument::width, width).arg(trace::argument::height, height);
     plx_scope_lock lock(&m_tvSericeMutex,
         "virtual void ZR_HBBTV_Core::HbbtvBackendTVService::setViewport(bool, int, int, int, int)", 437);
     // Packed without masking, as the host reads it: a negative y or height spills into x or width.
@@ -50,13 +50,13 @@ void HbbtvBackendTVService::setViewport(bool fullScreen, int x, int y, int width
 
 void HbbtvBackendTVService::selectAVComponent(const NCOR::AVComponentData& component)
 {
-    if (trace::on()) trace::Line("request", "selectAVComponent").arg("type", component.getComponentType()).arg("tag", component.getComponentTag());
+    if (trace::on()) trace::Line(trace::kind::request, "selectAVComponent").arg(trace::argument::type, component.getComponentType()).arg(trace::argument::tag, component.getComponentTag());
     switchComponent(TunerCommand_SelectAVComponent, component);
 }
 
 void HbbtvBackendTVService::unselectAVComponent(const NCOR::AVComponentData& component)
 {
-    if (trace::on()) trace::Line("request", "unselectAVComponent").arg("type", component.getComponentType()).arg("tag", component.getComponentTag());
+    if (trace::on()) trace::Line(trace::kind::request, "unselectAVComponent").arg(trace::argument::type, component.getComponentType()).arg(trace::argument::tag, component.getComponentTag());
     switchComponent(TunerCommand_UnselectAVComponent, component);
 }
 

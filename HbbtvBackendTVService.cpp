@@ -242,7 +242,7 @@ bool HbbtvBackendTVService::CheckIfCMClientExisted()
 
 void HbbtvBackendTVService::registerAITSignallingClient(const android::sp<IAITSignallingClient>& client)
 {
-    if (trace::on()) trace::Line("request", "registerAITSignallingClient").arg("client", client != nullptr);
+    if (trace::on()) trace::Line(trace::kind::request, "registerAITSignallingClient").arg("client", client != nullptr);
     {
         Locker<Mutex> lock(m_clientsMutex);
         if (!m_tornDown) {
@@ -254,7 +254,7 @@ void HbbtvBackendTVService::registerAITSignallingClient(const android::sp<IAITSi
 
 void HbbtvBackendTVService::registerChannelManagerClient(const android::sp<IChannelManagerClient>& client)
 {
-    if (trace::on()) trace::Line("request", "registerChannelManagerClient").arg("client", client != nullptr);
+    if (trace::on()) trace::Line(trace::kind::request, "registerChannelManagerClient").arg("client", client != nullptr);
     {
         Locker<Mutex> lock(m_clientsMutex);
         if (!m_tornDown) {
@@ -266,7 +266,7 @@ void HbbtvBackendTVService::registerChannelManagerClient(const android::sp<IChan
 
 void HbbtvBackendTVService::registerDSMCCClient(const android::sp<IDSMCCClient>& client)
 {
-    if (trace::on()) trace::Line("request", "registerDSMCCClient").arg("client", client != nullptr);
+    if (trace::on()) trace::Line(trace::kind::request, "registerDSMCCClient").arg("client", client != nullptr);
     {
         Locker<Mutex> lock(m_clientsMutex);
         if (!m_tornDown) {
@@ -278,7 +278,7 @@ void HbbtvBackendTVService::registerDSMCCClient(const android::sp<IDSMCCClient>&
 
 void HbbtvBackendTVService::registerTvConfigurationClient(const android::sp<ITvConfigurationClient>& client)
 {
-    if (trace::on()) trace::Line("request", "registerTvConfigurationClient").arg("client", client != nullptr);
+    if (trace::on()) trace::Line(trace::kind::request, "registerTvConfigurationClient").arg("client", client != nullptr);
     {
         Locker<Mutex> lock(m_clientsMutex);
         if (!m_tornDown) {

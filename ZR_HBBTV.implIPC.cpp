@@ -28,7 +28,7 @@ ZR_HbbtvImpl::~ZR_HbbtvImpl()
 void ZR_HbbtvImpl::init(Hbbtv_TVServer* server)
 {
     trace::startFromEnvironment();
-    if (trace::on()) trace::Line("host", "init");
+    if (trace::on()) trace::Line(trace::kind::host, "init");
     Locker<Mutex> lifecycle(m_lifecycleMutex);
     {
         Locker<Mutex> lock(m_stateMutex);
@@ -55,7 +55,7 @@ void ZR_HbbtvImpl::init(Hbbtv_TVServer* server)
 
 void ZR_HbbtvImpl::deinit()
 {
-    if (trace::on()) trace::Line("host", "deinit");
+    if (trace::on()) trace::Line(trace::kind::host, "deinit");
     {
         Locker<Mutex> lifecycle(m_lifecycleMutex);
         android::sp<ZR_HbbtvImplPrivate> manager;
@@ -108,7 +108,7 @@ void ZR_HbbtvImpl::letGoPrivate(android::sp<ZR_HbbtvImplPrivate>& reference) con
 
 int ZR_HbbtvImpl::toggleDigitalTeletext() const
 {
-    if (trace::on()) trace::Line("host", "toggleDigitalTeletext");
+    if (trace::on()) trace::Line(trace::kind::host, "toggleDigitalTeletext");
     const PrivateRef manager(*this);
     if (!manager) {
         return 0;
@@ -122,7 +122,7 @@ int ZR_HbbtvImpl::toggleDigitalTeletext() const
 
 void ZR_HbbtvImpl::notifyChannelChanged(unsigned short a, unsigned short b, unsigned short c) const
 {
-    if (trace::on()) trace::Line("host", "notifyChannelChanged").arg("a", a).arg("b", b).arg("c", c);
+    if (trace::on()) trace::Line(trace::kind::host, "notifyChannelChanged").arg(trace::argument::a, a).arg(trace::argument::b, b).arg(trace::argument::c, c);
     const PrivateRef manager(*this);
     if (manager) {
         manager->notifyChannelChanged(a, b, c);
@@ -131,14 +131,14 @@ void ZR_HbbtvImpl::notifyChannelChanged(unsigned short a, unsigned short b, unsi
 
 bool ZR_HbbtvImpl::newAITNotification(unsigned int aitVersion, const AITApps& apps)
 {
-    if (trace::on()) trace::describe(trace::Line("host", "newAITNotification").arg("version", aitVersion), apps);
+    if (trace::on()) trace::describe(trace::Line(trace::kind::host, "newAITNotification").arg(trace::format::ait::version, aitVersion), apps);
     const PrivateRef manager(*this);
     return manager && manager->newAITNotification(aitVersion, apps);
 }
 
 void ZR_HbbtvImpl::noAITNotification(unsigned short value)
 {
-    if (trace::on()) trace::Line("host", "noAITNotification").arg("value", value);
+    if (trace::on()) trace::Line(trace::kind::host, "noAITNotification").arg(trace::argument::value, value);
     const PrivateRef manager(*this);
     if (manager) {
         manager->noAITNotification(value);
@@ -147,7 +147,7 @@ void ZR_HbbtvImpl::noAITNotification(unsigned short value)
 
 void ZR_HbbtvImpl::tunerStopped(bool stopped)
 {
-    if (trace::on()) trace::Line("host", "tunerStopped").arg("stopped", stopped);
+    if (trace::on()) trace::Line(trace::kind::host, "tunerStopped").arg(trace::argument::stopped, stopped);
     const PrivateRef manager(*this);
     if (manager) {
         manager->tunerStopped(stopped);
@@ -156,14 +156,14 @@ void ZR_HbbtvImpl::tunerStopped(bool stopped)
 
 bool ZR_HbbtvImpl::launchBrowser()
 {
-    if (trace::on()) trace::Line("host", "launchBrowser");
+    if (trace::on()) trace::Line(trace::kind::host, "launchBrowser");
     const PrivateRef manager(*this);
     return manager && manager->launchBrowser();
 }
 
 bool ZR_HbbtvImpl::keyClick(unsigned int key)
 {
-    if (trace::on()) trace::Line("host", "keyClick").arg("key", key);
+    if (trace::on()) trace::Line(trace::kind::host, "keyClick").arg(trace::argument::key, key);
     const PrivateRef manager(*this);
     if (!manager || !manager->keyClick(key)) {
         return false;
@@ -180,21 +180,21 @@ bool ZR_HbbtvImpl::keyClick(unsigned int key)
 
 int ZR_HbbtvImpl::prepareCreateApplication()
 {
-    if (trace::on()) trace::Line("host", "prepareCreateApplication");
+    if (trace::on()) trace::Line(trace::kind::host, "prepareCreateApplication");
     const PrivateRef manager(*this);
     return manager ? manager->prepareCreateApplication() : 0;
 }
 
 int ZR_HbbtvImpl::createApplication(int appId, const std::string& url, const std::string& extra)
 {
-    if (trace::on()) trace::Line("host", "createApplication").arg("appId", appId).arg("url", url).arg("extra", extra);
+    if (trace::on()) trace::Line(trace::kind::host, "createApplication").arg(trace::argument::appId, appId).arg(trace::argument::url, url).arg(trace::argument::extra, extra);
     const PrivateRef manager(*this);
     return manager ? manager->createApplication(appId, url, extra) : 0;
 }
 
 void ZR_HbbtvImpl::closeUserCreatedApps()
 {
-    if (trace::on()) trace::Line("host", "closeUserCreatedApps");
+    if (trace::on()) trace::Line(trace::kind::host, "closeUserCreatedApps");
     const PrivateRef manager(*this);
     if (manager) {
         manager->closeUserCreatedApps();
@@ -203,7 +203,7 @@ void ZR_HbbtvImpl::closeUserCreatedApps()
 
 void ZR_HbbtvImpl::notifyBroadbandAccessAvailable(bool available)
 {
-    if (trace::on()) trace::Line("host", "notifyBroadbandAccessAvailable").arg("available", available);
+    if (trace::on()) trace::Line(trace::kind::host, "notifyBroadbandAccessAvailable").arg(trace::argument::available, available);
     const PrivateRef manager(*this);
     if (manager) {
         manager->notifyBroadbandAccessAvailable(available);
@@ -214,7 +214,7 @@ void ZR_HbbtvImpl::notifyBroadbandAccessAvailable(bool available)
 // still report requests that were in flight, and a given-up request's records wait for that.
 void ZR_HbbtvImpl::notifyHbbtvServiceRequestFinished(HbbtvCommandPayload* payload)
 {
-    if (trace::on()) trace::Line("host", "notifyHbbtvServiceRequestFinished").arg("ticket", payload != nullptr ? payload->ticket : 0u);
+    if (trace::on()) trace::Line(trace::kind::host, "notifyHbbtvServiceRequestFinished").arg("ticket", payload != nullptr ? payload->ticket : 0u);
     if (m_everInitialised.load(std::memory_order_acquire)) {
         ZR_HbbtvImplPrivate::notifyHbbtvServiceRequestFinished(payload);
     }
@@ -223,7 +223,7 @@ void ZR_HbbtvImpl::notifyHbbtvServiceRequestFinished(HbbtvCommandPayload* payloa
 void ZR_HbbtvImpl::notifyStreamEvent(const std::string& a, const std::string& b, const std::string& c,
                                      const std::string& d)
 {
-    if (trace::on()) trace::Line("host", "notifyStreamEvent").arg("url", a).arg("eventName", b).arg("data", c).arg("eventKind", d);
+    if (trace::on()) trace::Line(trace::kind::host, "notifyStreamEvent").arg(trace::argument::url, a).arg(trace::argument::eventName, b).arg(trace::argument::data, c).arg(trace::argument::eventKind, d);
     const PrivateRef manager(*this);
     if (manager) {
         manager->notifyStreamEvent(a, b, c, d);
@@ -232,7 +232,7 @@ void ZR_HbbtvImpl::notifyStreamEvent(const std::string& a, const std::string& b,
 
 void ZR_HbbtvImpl::setCookiesEnabledAttribute(bool enabled)
 {
-    if (trace::on()) trace::Line("host", "setCookiesEnabledAttribute").arg("enabled", enabled);
+    if (trace::on()) trace::Line(trace::kind::host, "setCookiesEnabledAttribute").arg(trace::argument::enabled, enabled);
     const PrivateRef manager(*this);
     if (manager) {
         manager->setCookiesEnabledAttribute(enabled);
@@ -241,7 +241,7 @@ void ZR_HbbtvImpl::setCookiesEnabledAttribute(bool enabled)
 
 void ZR_HbbtvImpl::sendCookiesEnabledAttribute()
 {
-    if (trace::on()) trace::Line("host", "sendCookiesEnabledAttribute");
+    if (trace::on()) trace::Line(trace::kind::host, "sendCookiesEnabledAttribute");
     const PrivateRef manager(*this);
     if (manager) {
         manager->sendCookiesEnabledAttribute();
@@ -250,14 +250,14 @@ void ZR_HbbtvImpl::sendCookiesEnabledAttribute()
 
 bool ZR_HbbtvImpl::isBrowserReady()
 {
-    if (trace::on()) trace::Line("host", "isBrowserReady");
+    if (trace::on()) trace::Line(trace::kind::host, "isBrowserReady");
     const PrivateRef manager(*this);
     return manager && manager->isBrowserReady();
 }
 
 void ZR_HbbtvImpl::notifyTimezoneChanged(const char* timezone)
 {
-    if (trace::on()) trace::Line("host", "notifyTimezoneChanged").arg("timezone", timezone);
+    if (trace::on()) trace::Line(trace::kind::host, "notifyTimezoneChanged").arg(trace::argument::timezone, timezone);
     const PrivateRef manager(*this);
     if (manager) {
         manager->notifyTimezoneChanged(timezone);
@@ -266,7 +266,7 @@ void ZR_HbbtvImpl::notifyTimezoneChanged(const char* timezone)
 
 void ZR_HbbtvImpl::notifyLocaleChanged(const char* locale)
 {
-    if (trace::on()) trace::Line("host", "notifyLocaleChanged").arg("locale", locale);
+    if (trace::on()) trace::Line(trace::kind::host, "notifyLocaleChanged").arg(trace::argument::locale, locale);
     const PrivateRef manager(*this);
     if (manager) {
         manager->notifyLocaleChanged(locale);
@@ -275,7 +275,7 @@ void ZR_HbbtvImpl::notifyLocaleChanged(const char* locale)
 
 void ZR_HbbtvImpl::notifyParentalRatingChange(unsigned short a, unsigned short b, unsigned short c, int d)
 {
-    if (trace::on()) trace::Line("host", "notifyParentalRatingChange").arg("a", a).arg("b", b).arg("c", c).arg("d", d);
+    if (trace::on()) trace::Line(trace::kind::host, "notifyParentalRatingChange").arg(trace::argument::a, a).arg(trace::argument::b, b).arg(trace::argument::c, c).arg(trace::argument::d, d);
     const PrivateRef manager(*this);
     if (manager) {
         manager->notifyParentalRatingChange(a, b, c, d);
@@ -284,7 +284,7 @@ void ZR_HbbtvImpl::notifyParentalRatingChange(unsigned short a, unsigned short b
 
 void ZR_HbbtvImpl::notifyProgrammeChanged(unsigned short a, unsigned short b, unsigned short c)
 {
-    if (trace::on()) trace::Line("host", "notifyProgrammeChanged").arg("a", a).arg("b", b).arg("c", c);
+    if (trace::on()) trace::Line(trace::kind::host, "notifyProgrammeChanged").arg(trace::argument::a, a).arg(trace::argument::b, b).arg(trace::argument::c, c);
     const PrivateRef manager(*this);
     if (manager) {
         manager->notifyProgrammeChanged(a, b, c);
@@ -293,7 +293,7 @@ void ZR_HbbtvImpl::notifyProgrammeChanged(unsigned short a, unsigned short b, un
 
 void ZR_HbbtvImpl::SetHbbTVRunningStatus(bool running)
 {
-    if (trace::on()) trace::Line("host", "SetHbbTVRunningStatus").arg("running", running);
+    if (trace::on()) trace::Line(trace::kind::host, "SetHbbTVRunningStatus").arg(trace::argument::running, running);
     // Only the private object is required here, not a completed init.
     const PrivateRef manager(*this, false);
     if (manager) {
@@ -303,21 +303,21 @@ void ZR_HbbtvImpl::SetHbbTVRunningStatus(bool running)
 
 bool ZR_HbbtvImpl::isAppAlive(int appId)
 {
-    if (trace::on()) trace::Line("host", "isAppAlive").arg("appId", appId);
+    if (trace::on()) trace::Line(trace::kind::host, "isAppAlive").arg(trace::argument::appId, appId);
     const PrivateRef manager(*this);
     return manager && manager->isAppAlive(appId);
 }
 
 const char* ZR_HbbtvImpl::setupEnvVar(const char* name, const char* value)
 {
-    if (trace::on()) trace::Line("host", "setupEnvVar").arg("var", name).arg("value", value);
+    if (trace::on()) trace::Line(trace::kind::host, "setupEnvVar").arg("var", name).arg(trace::argument::value, value);
     const PrivateRef manager(*this);
     return manager ? manager->setupEnvVar(name, value) : nullptr;
 }
 
 void ZR_HbbtvImpl::unsetEnvVar(const char* name)
 {
-    if (trace::on()) trace::Line("host", "unsetEnvVar").arg("var", name);
+    if (trace::on()) trace::Line(trace::kind::host, "unsetEnvVar").arg("var", name);
     const PrivateRef manager(*this);
     if (manager) {
         manager->unsetEnvVar(name);
@@ -326,7 +326,7 @@ void ZR_HbbtvImpl::unsetEnvVar(const char* name)
 
 void ZR_HbbtvImpl::killCurrentApp()
 {
-    if (trace::on()) trace::Line("host", "killCurrentApp");
+    if (trace::on()) trace::Line(trace::kind::host, "killCurrentApp");
     const PrivateRef manager(*this);
     if (manager) {
         manager->killCurrentApp();
@@ -335,7 +335,7 @@ void ZR_HbbtvImpl::killCurrentApp()
 
 void ZR_HbbtvImpl::notifyChannelListChanged()
 {
-    if (trace::on()) trace::Line("host", "notifyChannelListChanged");
+    if (trace::on()) trace::Line(trace::kind::host, "notifyChannelListChanged");
     const PrivateRef manager(*this);
     if (manager) {
         manager->notifyChannelListChanged();
@@ -344,7 +344,7 @@ void ZR_HbbtvImpl::notifyChannelListChanged()
 
 void ZR_HbbtvImpl::selectMMAudioComponent(const HbbtvMultimediaComponentData& component)
 {
-    if (trace::on()) trace::Line("host", "selectMMAudioComponent").arg("text1", component.text1).arg("text2", component.text2).arg("value1", component.value1).arg("flag", component.flag);
+    if (trace::on()) trace::Line(trace::kind::host, "selectMMAudioComponent").arg(trace::argument::text1, component.text1).arg(trace::argument::text2, component.text2).arg(trace::argument::value1, component.value1).arg(trace::argument::flag, component.flag);
     const PrivateRef manager(*this);
     if (manager) {
         manager->selectMMAudioComponent(component);
@@ -353,7 +353,7 @@ void ZR_HbbtvImpl::selectMMAudioComponent(const HbbtvMultimediaComponentData& co
 
 void ZR_HbbtvImpl::selectMMSubtitleComponent(const HbbtvMultimediaComponentData& component)
 {
-    if (trace::on()) trace::Line("host", "selectMMSubtitleComponent").arg("text1", component.text1).arg("text2", component.text2).arg("value1", component.value1).arg("flag", component.flag);
+    if (trace::on()) trace::Line(trace::kind::host, "selectMMSubtitleComponent").arg(trace::argument::text1, component.text1).arg(trace::argument::text2, component.text2).arg(trace::argument::value1, component.value1).arg(trace::argument::flag, component.flag);
     const PrivateRef manager(*this);
     if (manager) {
         manager->selectMMSubtitleComponent(component);
@@ -362,7 +362,7 @@ void ZR_HbbtvImpl::selectMMSubtitleComponent(const HbbtvMultimediaComponentData&
 
 void ZR_HbbtvImpl::forceReleaseMMResource()
 {
-    if (trace::on()) trace::Line("host", "forceReleaseMMResource");
+    if (trace::on()) trace::Line(trace::kind::host, "forceReleaseMMResource");
     const PrivateRef manager(*this);
     if (manager) {
         manager->forceReleaseMMResource();
@@ -371,7 +371,7 @@ void ZR_HbbtvImpl::forceReleaseMMResource()
 
 void ZR_HbbtvImpl::notifySignalLost()
 {
-    if (trace::on()) trace::Line("host", "notifySignalLost");
+    if (trace::on()) trace::Line(trace::kind::host, "notifySignalLost");
     const PrivateRef manager(*this);
     if (manager) {
         manager->notifySignalLost();
@@ -380,7 +380,7 @@ void ZR_HbbtvImpl::notifySignalLost()
 
 void ZR_HbbtvImpl::notifyTunerPlundered()
 {
-    if (trace::on()) trace::Line("host", "notifyTunerPlundered");
+    if (trace::on()) trace::Line(trace::kind::host, "notifyTunerPlundered");
     const PrivateRef manager(*this);
     if (manager) {
         manager->notifyTunerPlundered();

@@ -22,7 +22,7 @@ bool ZR_HbbtvImplPrivate::newAITNotification(unsigned int aitVersion, const AITA
     // One description per application and transport; the records pass to the browser.
     std::vector<NCOR::AITApplicationDescriptorData*> descriptions
         = HbbtvBackendTVService::AITApp2AITDescription(0, apps);
-    if (trace::on()) trace::Line("event", "signalNewAIT").arg("version", aitVersion).arg("descriptions", descriptions.size()).arg("count", apps.count);
+    if (trace::on()) trace::Line(trace::kind::event, "signalNewAIT").arg("version", aitVersion).arg("descriptions", descriptions.size()).arg("count", apps.count);
     m_aitSignallingClient->signalNewAIT(aitVersion, descriptions, apps.count);
     return true;
 }
@@ -34,7 +34,7 @@ void ZR_HbbtvImplPrivate::noAITNotification(unsigned short value)
         return;
     }
     if (m_aitSignallingClient != nullptr) {
-        if (trace::on()) trace::Line("event", "signalNoAIT").arg("value", value);
+        if (trace::on()) trace::Line(trace::kind::event, "signalNoAIT").arg("value", value);
         m_aitSignallingClient->signalNoAIT(value);
     } else {
         puts("[ZR_HBBTV]: m_channelManagerClient is null");
@@ -69,7 +69,7 @@ int ZR_HbbtvImplPrivate::createApplication(int appId, const std::string& url, co
     settings.flag5 = 1;
     settings.flag6 = 1;
     settings.extra = extra;
-    if (trace::on()) trace::Line("event", "createWindow").arg("url", url);
+    if (trace::on()) trace::Line(trace::kind::event, "createWindow").arg("url", url);
     const android::sp<IWindow> window = m_browserService->createWindow(url, -1, -1, -1, -1, settings);
     if (window == nullptr) {
         HbbtvBackendGlue_AssertFail(
@@ -90,7 +90,7 @@ void ZR_HbbtvImplPrivate::closeUserCreatedApps()
         for (const std::pair<const int, int>& app : m_userApps) {
             const android::sp<IWindow> window = m_browserService->getWindow(app.second);
             if (window != nullptr) {
-                if (trace::on()) trace::Line("event", "closeWindow").arg("windowId", app.second);
+                if (trace::on()) trace::Line(trace::kind::event, "closeWindow").arg("windowId", app.second);
                 window->close();
             }
         }
@@ -113,7 +113,7 @@ void ZR_HbbtvImplPrivate::killCurrentApp()
         }
         const android::sp<IWindow>& window = windows.valueFor(windowId);
         if (window != nullptr) {
-            if (trace::on()) trace::Line("event", "closeWindow").arg("windowId", windowId);
+            if (trace::on()) trace::Line(trace::kind::event, "closeWindow").arg("windowId", windowId);
             window->close();
         }
     }

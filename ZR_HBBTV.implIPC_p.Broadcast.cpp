@@ -41,7 +41,7 @@ void ZR_HbbtvImplPrivate::notifyChannelChanged(unsigned short a, unsigned short 
         channel.autoUpdateChannelID();
         channel.setMajorChannel(c);
         channel.autoUpdateChannelID();
-        if (trace::on()) trace::Line("event", "channelChanged").arg("onid", a).arg("sid", b).arg("major", c).arg("state", kChannelChangedState);
+        if (trace::on()) trace::Line(trace::kind::event, "channelChanged").arg("onid", a).arg("sid", b).arg("major", c).arg("state", kChannelChangedState);
         client->channelChanged(channel, kChannelChangedState);
     });
 }
@@ -50,7 +50,7 @@ void ZR_HbbtvImplPrivate::notifyProgrammeChanged(unsigned short, unsigned short,
 {
     toChannelManager(kNoChannelManager,
                      [](const android::sp<IChannelManagerClient>& client) {
-                         if (trace::on()) trace::Line("event", "programmeChanged");
+                         if (trace::on()) trace::Line(trace::kind::event, "programmeChanged");
                          client->programmeChanged();
                      });
 }
@@ -59,7 +59,7 @@ void ZR_HbbtvImplPrivate::notifyTunerPlundered()
 {
     toChannelManager("[ZR_HBBTV]: notifyTunerPlundered(): m_channelManagerClient is null",
         [](const android::sp<IChannelManagerClient>& client) {
-            if (trace::on()) trace::Line("event", "tunerStateChanged").arg("state", kTunerPlundered);
+            if (trace::on()) trace::Line(trace::kind::event, "tunerStateChanged").arg("state", kTunerPlundered);
             client->tunerStateChanged(kTunerPlundered);
         });
 }
@@ -68,7 +68,7 @@ void ZR_HbbtvImplPrivate::notifySignalLost()
 {
     toChannelManager("[ZR_HBBTV]: notifySignalLost(): m_channelManagerClient is null",
                      [](const android::sp<IChannelManagerClient>& client) {
-            if (trace::on()) trace::Line("event", "tunerStateChanged").arg("state", kSignalLost);
+            if (trace::on()) trace::Line(trace::kind::event, "tunerStateChanged").arg("state", kSignalLost);
             client->tunerStateChanged(kSignalLost);
         });
 }
@@ -80,7 +80,7 @@ void ZR_HbbtvImplPrivate::tunerStopped(bool)
         return;
     }
     if (m_channelManagerClient != nullptr) {
-        if (trace::on()) trace::Line("event", "tunerStopped").arg("state", kTunerStoppedState);
+        if (trace::on()) trace::Line(trace::kind::event, "tunerStopped").arg("state", kTunerStoppedState);
         m_channelManagerClient->tunerStopped(kTunerStoppedState);
         return;
     }
@@ -93,7 +93,7 @@ void ZR_HbbtvImplPrivate::tunerStopped(bool)
         const android::sp<IWindow> window = m_browserService->getWindow(windowId);
         if (window != nullptr) {
             printf("[ZR_HBBTV]: request close window: %d\n", windowId);
-            if (trace::on()) trace::Line("event", "closeWindow").arg("windowId", windowId);
+            if (trace::on()) trace::Line(trace::kind::event, "closeWindow").arg("windowId", windowId);
             window->close();
         }
     }
@@ -115,7 +115,7 @@ void ZR_HbbtvImplPrivate::notifyStreamEvent(const std::string& url, const std::s
     event.name = name;
     event.data = data;
     event.notTrigger = kind == "trigger" ? 0 : 1;
-    if (trace::on()) trace::Line("event", "streamEvent").arg("url", url).arg("eventName", name).arg("data", data).arg("notTrigger", event.notTrigger);
+    if (trace::on()) trace::Line(trace::kind::event, "streamEvent").arg("url", url).arg("eventName", name).arg("data", data).arg("notTrigger", event.notTrigger);
     m_dsmccClient->streamEvent(event);
 }
 
@@ -137,7 +137,7 @@ void ZR_HbbtvImplPrivate::notifyChannelListChanged()
     }
     std::vector<NCOR::ChannelTunerData*> channels;
     service->getChannelList(channels);
-    if (trace::on()) trace::Line("event", "channelListChanged").arg("channels", channels.size());
+    if (trace::on()) trace::Line(trace::kind::event, "channelListChanged").arg("channels", channels.size());
     client->channelListChanged(channels);
     for (size_t i = 0; i < channels.size(); ++i) {
         delete channels.at(i);
@@ -154,7 +154,7 @@ void ZR_HbbtvImplPrivate::notifyLocaleChanged(const char* locale)
         puts("[ZR_HBBTV]: notifyLocaleChanged(): browser service is null");
         return;
     }
-    if (trace::on()) trace::Line("event", "setBrowserEnv").arg("var", "LANG").arg("value", locale);
+    if (trace::on()) trace::Line(trace::kind::event, "setBrowserEnv").arg("var", "LANG").arg("value", locale);
     m_browserService->setBrowserEnv("LANG", locale);
 }
 
@@ -168,7 +168,7 @@ void ZR_HbbtvImplPrivate::notifyTimezoneChanged(const char* timezone)
         puts("[ZR_HBBTV]: notifyTimezoneChanged(): browser service is null");
         return;
     }
-    if (trace::on()) trace::Line("event", "setBrowserEnv").arg("var", "TZ").arg("value", timezone);
+    if (trace::on()) trace::Line(trace::kind::event, "setBrowserEnv").arg("var", "TZ").arg("value", timezone);
     m_browserService->setBrowserEnv("TZ", timezone);
 }
 
@@ -185,10 +185,10 @@ int ZR_HbbtvImplPrivate::toggleDigitalTeletext()
     if (client == nullptr) {
         return 2;
     }
-    if (trace::on()) trace::Line("event", "toggleTeletext").arg("on", 1);
+    if (trace::on()) trace::Line(trace::kind::event, "toggleTeletext").arg("on", 1);
     const int answer = client->toggleTeletext(1);
     if (answer == 1) {
-        if (trace::on()) trace::Line("event", "toggleTeletext").arg("on", 0);
+        if (trace::on()) trace::Line(trace::kind::event, "toggleTeletext").arg("on", 0);
         client->toggleTeletext(0);
         return 1;
     }

@@ -28,11 +28,11 @@ bool ZR_HbbtvImplPrivate::keyClick(unsigned int key)
     // Ids start at 0 and every key takes two, so the press has an even id and the release the
     // next, odd one. Both go out under the lock: their answers are handled after this returns.
     m_keys[_keyID] = keyInfo{key, false};
-    if (trace::on()) trace::Line("key", "sendKeyEvent").arg("id", _keyID).arg("key", key).arg("code", code).arg("down", 1);
+    if (trace::on()) trace::Line(trace::kind::key, "sendKeyEvent").arg("id", _keyID).arg("key", key).arg("code", code).arg("down", 1);
     m_browserService->sendKeyEvent(static_cast<int>(_keyID), code, 1, 0, 0);
     ++_keyID;
     m_keys[_keyID] = keyInfo{key, false};
-    if (trace::on()) trace::Line("key", "sendKeyEvent").arg("id", _keyID).arg("key", key).arg("code", code).arg("down", 0);
+    if (trace::on()) trace::Line(trace::kind::key, "sendKeyEvent").arg("id", _keyID).arg("key", key).arg("code", code).arg("down", 0);
     m_browserService->sendKeyEvent(static_cast<int>(_keyID), code, 0, 0, 0);
     ++_keyID;
     return true;
@@ -40,7 +40,7 @@ bool ZR_HbbtvImplPrivate::keyClick(unsigned int key)
 
 void ZR_HbbtvImplPrivate::notifyKeyEventConsumed(int eventId, bool consumed)
 {
-    if (trace::on()) trace::Line("browser", "notifyKeyEventConsumed").arg("id", eventId).arg("consumed", consumed);
+    if (trace::on()) trace::Line(trace::kind::browser, "notifyKeyEventConsumed").arg("id", eventId).arg("consumed", consumed);
     Locker<Mutex> lock(m_mutex);
     if (_gotKilled) {
         return;

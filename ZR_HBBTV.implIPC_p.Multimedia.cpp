@@ -69,7 +69,7 @@ void ZR_HbbtvImplPrivate::notifyAudioComponentsChanged(const std::vector<Multime
 {
     const HostCall call;
     if (call) {
-        if (trace::on()) trace::Line("callback", "HBBTV_NotifyMultimediaAudioComponentDataChanged").arg("components", components.size()).arg("value", value);
+        if (trace::on()) trace::Line(trace::kind::callback, "HBBTV_NotifyMultimediaAudioComponentDataChanged").arg("components", components.size()).arg("value", value);
         m_server->HBBTV_NotifyMultimediaAudioComponentDataChanged(toHost(components), value);
     }
 }
@@ -79,7 +79,7 @@ void ZR_HbbtvImplPrivate::notifySubtitleComponentsChanged(const std::vector<Mult
 {
     const HostCall call;
     if (call) {
-        if (trace::on()) trace::Line("callback", "HBBTV_NotifyMultimediaSubtitleComponentDataChanged").arg("components", components.size()).arg("value", value);
+        if (trace::on()) trace::Line(trace::kind::callback, "HBBTV_NotifyMultimediaSubtitleComponentDataChanged").arg("components", components.size()).arg("value", value);
         m_server->HBBTV_NotifyMultimediaSubtitleComponentDataChanged(toHost(components), value);
     }
 }
@@ -96,7 +96,7 @@ void ZR_HbbtvImplPrivate::selectMMAudioComponent(const HbbtvMultimediaComponentD
         puts("[ZR_HBBTV]: selectMMAudioComponent(): browser service is null");
         return;
     }
-    if (trace::on()) trace::Line("event", "selectAudioComponent").arg("text1", component.text1).arg("value3", component.value3);
+    if (trace::on()) trace::Line(trace::kind::event, "selectAudioComponent").arg("text1", component.text1).arg("value3", component.value3);
     m_browserService->selectAudioComponent(toBrowser(component), component.value3);
 }
 
@@ -110,7 +110,7 @@ void ZR_HbbtvImplPrivate::selectMMSubtitleComponent(const HbbtvMultimediaCompone
         puts("[ZR_HBBTV]: selectMMSubtitleComponent(): browser service is null");
         return;
     }
-    if (trace::on()) trace::Line("event", "selectSubtitleComponent").arg("text1", component.text1).arg("value3", component.value3);
+    if (trace::on()) trace::Line(trace::kind::event, "selectSubtitleComponent").arg("text1", component.text1).arg("value3", component.value3);
     m_browserService->selectSubtitleComponent(toBrowser(component), component.value3);
 }
 
@@ -118,7 +118,7 @@ void ZR_HbbtvImplPrivate::forceReleaseMMResource()
 {
     Locker<Mutex> lock(m_mutex);
     if (!_gotKilled && m_browserService != nullptr) {
-        if (trace::on()) trace::Line("event", "releaseMMResource");
+        if (trace::on()) trace::Line(trace::kind::event, "releaseMMResource");
         m_browserService->releaseMMResource();
     }
 }

@@ -42,7 +42,7 @@ LoadTracker& loadTracker()
 
 void ZR_HbbtvImplPrivate::notifyNewWindow(int windowId)
 {
-    if (trace::on()) trace::Line("browser", "notifyNewWindow").arg("windowId", windowId);
+    if (trace::on()) trace::Line(trace::kind::browser, "notifyNewWindow").arg(trace::argument::windowId, windowId);
     printf("[YXTClient]: %s,%d\n", "virtual void ZR_HBBTV_Core::ZR_HbbtvImplPrivate::notifyNewWindow(int)", 322);
     {
         Locker<Mutex> lock(m_mutex);
@@ -53,14 +53,14 @@ void ZR_HbbtvImplPrivate::notifyNewWindow(int windowId)
     }
     const HostCall call;
     if (call) {
-        if (trace::on()) trace::Line("callback", "HBBTV_ReportIsAnyAppRunning").arg("running", true);
+        if (trace::on()) trace::Line(trace::kind::callback, "HBBTV_ReportIsAnyAppRunning").arg("running", true);
         m_server->HBBTV_ReportIsAnyAppRunning(true);
     }
 }
 
 void ZR_HbbtvImplPrivate::notifyWindowClosed(int windowId)
 {
-    if (trace::on()) trace::Line("browser", "notifyWindowClosed").arg("windowId", windowId);
+    if (trace::on()) trace::Line(trace::kind::browser, "notifyWindowClosed").arg(trace::argument::windowId, windowId);
     __android_log_print(ANDROID_LOG_DEBUG, nullptr, "[YXTClient]: %s,%d\n",
                         "virtual void ZR_HBBTV_Core::ZR_HbbtvImplPrivate::notifyWindowClosed(int)", 335);
     bool anyLeft;
@@ -74,14 +74,14 @@ void ZR_HbbtvImplPrivate::notifyWindowClosed(int windowId)
     }
     const HostCall call;
     if (call) {
-        if (trace::on()) trace::Line("callback", "HBBTV_ReportIsAnyAppRunning").arg("running", anyLeft);
+        if (trace::on()) trace::Line(trace::kind::callback, "HBBTV_ReportIsAnyAppRunning").arg("running", anyLeft);
         m_server->HBBTV_ReportIsAnyAppRunning(anyLeft);
     }
 }
 
 void ZR_HbbtvImplPrivate::notifyLoadStarted(int loadId, const std::string& url)
 {
-    if (trace::on()) trace::Line("browser", "notifyLoadStarted").arg("loadId", loadId).arg("url", url);
+    if (trace::on()) trace::Line(trace::kind::browser, "notifyLoadStarted").arg(trace::argument::loadId, loadId).arg(trace::argument::url, url);
     if (loadId < kFirstTrackedLoad || _gotKilled) {
         return;
     }
@@ -100,7 +100,7 @@ void ZR_HbbtvImplPrivate::notifyLoadStarted(int loadId, const std::string& url)
 
 void ZR_HbbtvImplPrivate::notifyLoadProgress(int loadId, int percent)
 {
-    if (trace::on()) trace::Line("browser", "notifyLoadProgress").arg("loadId", loadId).arg("percent", percent);
+    if (trace::on()) trace::Line(trace::kind::browser, "notifyLoadProgress").arg(trace::argument::loadId, loadId).arg(trace::argument::percent, percent);
     if (loadId < kFirstTrackedLoad || _gotKilled) {
         return;
     }
@@ -123,7 +123,7 @@ void ZR_HbbtvImplPrivate::notifyLoadProgress(int loadId, int percent)
 
 void ZR_HbbtvImplPrivate::notifyInitialLayoutCompleted(int loadId)
 {
-    if (trace::on()) trace::Line("browser", "notifyInitialLayoutCompleted").arg("loadId", loadId);
+    if (trace::on()) trace::Line(trace::kind::browser, "notifyInitialLayoutCompleted").arg(trace::argument::loadId, loadId);
     if (loadId < kFirstTrackedLoad || _gotKilled) {
         return;
     }
@@ -145,7 +145,7 @@ void ZR_HbbtvImplPrivate::notifyInitialLayoutCompleted(int loadId)
 
 void ZR_HbbtvImplPrivate::notifyLoadComplete(int loadId)
 {
-    if (trace::on()) trace::Line("browser", "notifyLoadComplete").arg("loadId", loadId);
+    if (trace::on()) trace::Line(trace::kind::browser, "notifyLoadComplete").arg(trace::argument::loadId, loadId);
     if (loadId < kFirstTrackedLoad || _gotKilled) {
         return;
     }
@@ -179,7 +179,7 @@ void ZR_HbbtvImplPrivate::notifyLoadComplete(int loadId)
 
 void ZR_HbbtvImplPrivate::notifyLoadFailed(int loadId, const std::string& url, int error)
 {
-    if (trace::on()) trace::Line("browser", "notifyLoadFailed").arg("loadId", loadId).arg("url", url).arg("error", error);
+    if (trace::on()) trace::Line(trace::kind::browser, "notifyLoadFailed").arg(trace::argument::loadId, loadId).arg(trace::argument::url, url).arg(trace::argument::error, error);
 }
 
 void ZR_HbbtvImplPrivate::notifyWindowPainted(int, int, int, int, int)

@@ -193,13 +193,13 @@ bool ZR_HbbtvImplPrivate::launchBrowser()
     }
     m_deathNotifier = new DeathNotifier(this);
     binder->linkToDeath(m_deathNotifier, nullptr, 0);
-    if (trace::on()) trace::Line("binder", "bound").arg("service", kBrowserServiceName);
+    if (trace::on()) trace::Line(trace::kind::binder, "bound").arg("service", kBrowserServiceName);
     m_browserService = IYXTService::asInterface(binder);
     if (m_browserService == nullptr) {
         printf("[ZR_HBBTV]: %s does not answer as the browser service\n", kBrowserServiceName);
         return true;
     }
-    if (trace::on()) trace::Line("event", "registerClient");
+    if (trace::on()) trace::Line(trace::kind::event, "registerClient");
     m_browserService->registerClient(android::sp<IYXTClient>(this));
     m_browserService->registerMMClient(m_mmClient);
     return true;
@@ -217,7 +217,7 @@ bool ZR_HbbtvImplPrivate::isBrowserReady()
 void ZR_HbbtvImplPrivate::binderDied()
 {
     puts("hbbtvBrowser is died!");
-    if (trace::on()) trace::Line("binder", "died").arg("service", kBrowserServiceName);
+    if (trace::on()) trace::Line(trace::kind::binder, "died").arg("service", kBrowserServiceName);
     {
         Locker<Mutex> lock(m_mutex);
         if (_gotKilled) {
@@ -271,7 +271,7 @@ void ZR_HbbtvImplPrivate::HBBTV_CommandHandler(void* command)
 {
     const HostCall call;
     if (call) {
-        if (trace::on()) trace::Line("callback", "HBBTV_CommandHandler");
+        if (trace::on()) trace::Line(trace::kind::callback, "HBBTV_CommandHandler");
         m_server->HBBTV_CommandHandler(command);
     }
 }
@@ -294,7 +294,7 @@ void ZR_HbbtvImplPrivate::HBBTV_HeartBeatNotification()
 {
     const HostCall call;
     if (call) {
-        if (trace::on()) trace::Line("callback", "HBBTV_HeartBeatNotification");
+        if (trace::on()) trace::Line(trace::kind::callback, "HBBTV_HeartBeatNotification");
         m_server->HBBTV_HeartBeatNotification();
     }
 }
@@ -303,7 +303,7 @@ void ZR_HbbtvImplPrivate::HBBTV_LoadingNotification(int progress, const char* ur
 {
     const HostCall call;
     if (call) {
-        if (trace::on()) trace::Line("callback", "HBBTV_LoadingNotification").arg("progress", progress).arg("url", url);
+        if (trace::on()) trace::Line(trace::kind::callback, "HBBTV_LoadingNotification").arg("progress", progress).arg("url", url);
         m_server->HBBTV_LoadingNotification(progress, url);
     }
 }
@@ -312,7 +312,7 @@ void ZR_HbbtvImplPrivate::HBBTV_BrowserDiedNotification()
 {
     const HostCall call;
     if (call) {
-        if (trace::on()) trace::Line("callback", "HBBTV_BrowserDiedNotification");
+        if (trace::on()) trace::Line(trace::kind::callback, "HBBTV_BrowserDiedNotification");
         m_server->HBBTV_BrowserDiedNotification();
     }
 }

@@ -237,6 +237,12 @@ HbbtvSchedulingRecordingCollectionPool* hbbtvBackendSchedulingRecordingCollectio
 const char* backendRegionName();
 const char* channelListRegionName();
 
+// The file the pool's assertion lines name, whichever of its files the check sits in.
+extern const char kMemoryPoolSourceFile[];
+// Maps a shared object so that every byte of it has a 32-bit address: records carry addresses
+// in 32-bit words. Returns MAP_FAILED when that cannot be had.
+void* mapShared(int fd, size_t size);
+
 } // namespace ZR_HBBTV_Core
 
 #endif

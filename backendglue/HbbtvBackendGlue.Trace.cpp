@@ -257,7 +257,9 @@ void Recorder::commit(std::string& text)
         return;
     }
     // Numbered under the lock, so that the file's order is the numbers' order.
-    text += ",\"seq\":";
+    text += ",\"";
+    text += format::line::seq;
+    text += "\":";
     text += std::to_string(m_nextSeq);
     text += "}\n";
     if (!place(text)) {
@@ -471,15 +473,15 @@ void Recorder::writeDropCount()
     std::string text;
     TraceJson json(text);
     json.beginObject();
-    json.key("t");
+    json.key(format::line::time);
     json.value(monotonicMicroseconds());
-    json.key("th");
+    json.key(format::line::thread);
     json.value(static_cast<int64_t>(threadId()));
-    json.key("kind");
-    json.value("dropped");
-    json.key("name");
-    json.value("dropped");
-    json.key("count");
+    json.key(format::line::kind);
+    json.value(kind::dropped);
+    json.key(format::line::name);
+    json.value(kind::dropped);
+    json.key(format::command::droppedCount);
     json.value(m_droppedPending);
     json.endObject();
     text += '\n';
@@ -547,7 +549,7 @@ void recordAssertion(const char* file, const char* function, int line)
     if (!on()) {
         return;
     }
-    Line("assert", "fail").arg("file", file).arg("function", function).arg("line", line);
+    Line(kind::assertion, "fail").arg("file", file).arg("function", function).arg("line", line);
     recorder().seal();
 }
 
@@ -560,13 +562,13 @@ Line::Line(const char* kind, const char* name) : m_json(m_text)
 {
     m_text.reserve(256);
     m_json.beginObject();
-    m_json.key("t");
+    m_json.key(format::line::time);
     m_json.value(monotonicMicroseconds());
-    m_json.key("th");
+    m_json.key(format::line::thread);
     m_json.value(static_cast<int64_t>(threadId()));
-    m_json.key("kind");
+    m_json.key(format::line::kind);
     m_json.value(kind);
-    m_json.key("name");
+    m_json.key(format::line::name);
     m_json.value(name);
 }
 
@@ -592,13 +594,13 @@ Line::~Line()
 void commandIssued(const HbbtvCommandPayload& payload, uint32_t ticket)
 {
     g_issueTimes[ticket % kIssueSlots] = IssueTime{ticket, monotonicMicroseconds()};
-    Line("command", convertBackendCommandToString(payload.command))
-        .arg("ticket", ticket)
-        .arg("command", payload.command)
-        .arg("param1", payload.param1)
-        .arg("param2", payload.param2)
-        .arg("budgetMs", payload.timeoutMs)
-        .arg("resultAddress", payload.resultAddress != 0);
+    Line(kind::command, convertBackendCommandToString(payload.command))
+        .arg(format::command::ticket, ticket)
+        .arg(format::command::number, payload.command)
+        .arg(format::command::param1, payload.param1)
+        .arg(format::command::param2, payload.param2)
+        .arg(format::command::budgetMs, payload.timeoutMs)
+        .arg(format::command::resultAddress, payload.resultAddress != 0);
 }
 
 namespace {
@@ -618,24 +620,24 @@ uint64_t takeElapsed(uint32_t ticket)
 
 void commandCompleted(const HbbtvCommandPayload& payload, uint32_t ticket, bool valid)
 {
-    Line("completed", convertBackendCommandToString(payload.command))
-        .arg("ticket", ticket)
-        .arg("command", payload.command)
-        .arg("valid", valid)
-        .arg("us", takeElapsed(ticket));
+    Line(kind::completed, convertBackendCommandToString(payload.command))
+        .arg(format::command::ticket, ticket)
+        .arg(format::command::number, payload.command)
+        .arg(format::command::valid, valid)
+        .arg(format::command::elapsedUs, takeElapsed(ticket));
 }
 
 void commandGivenUp(const HbbtvCommandPayload& payload, uint32_t ticket)
 {
-    Line("timeout", convertBackendCommandToString(payload.command))
-        .arg("ticket", ticket)
-        .arg("command", payload.command)
-        .arg("us", takeElapsed(ticket));
+    Line(kind::timeout, convertBackendCommandToString(payload.command))
+        .arg(format::command::ticket, ticket)
+        .arg(format::command::number, payload.command)
+        .arg(format::command::elapsedUs, takeElapsed(ticket));
 }
 
 void completionUnmatched(uint32_t ticket)
 {
-    Line("unmatched", "completion").arg("ticket", ticket);
+    Line(kind::unmatched, "completion").arg(format::command::ticket, ticket);
 }
 
 } // namespace trace

@@ -10,7 +10,8 @@
 //
 // Every line: "t" (monotonic microseconds), "th" (thread id), "kind", "name", the kind's fields,
 // and last "seq" (the line's number, in file order). Call sites are one line:
-//     if (trace::on()) trace::Line("host", "keyClick").arg("key", key);
+//     if (trace::on()) trace::Line(trace::kind::host, "keyClick").arg(trace::argument::key, key);
+// The kinds and the names of the fields that readers decode are in HbbtvTraceFormat.h.
 #ifndef HBBTV_BACKENDGLUE_TRACE_H
 #define HBBTV_BACKENDGLUE_TRACE_H
 
@@ -21,12 +22,17 @@
 #include <type_traits>
 
 #include "HbbtvBackendGlue.TraceJson.h"
+#include "HbbtvTraceFormat.h"
 
 class HbbtvCommandPayload;
 class HbbtvServiceRequestAnswer;
 
 namespace ZR_HBBTV_Core {
 namespace trace {
+
+namespace format = HbbtvTraceFormat;
+namespace kind = HbbtvTraceFormat::kind;
+namespace argument = HbbtvTraceFormat::argument;
 
 extern std::atomic<bool> g_on;
 

@@ -31,13 +31,15 @@ const char* outcomeName(BackendRequestResult outcome);
 template <typename Payload, typename Answer>
 void requestEnded(const Payload& payload, const Answer& answer, BackendRequestResult outcome)
 {
-    Line line("answer", convertBackendCommandToString(payload.command));
-    line.arg("ticket", payload.ticket).arg("command", payload.command).arg("outcome", outcomeName(outcome));
-    line.begin("payload");
+    Line line(kind::answer, convertBackendCommandToString(payload.command));
+    line.arg(format::command::ticket, payload.ticket)
+        .arg(format::command::number, payload.command)
+        .arg(format::command::outcome, outcomeName(outcome));
+    line.begin(format::command::payload);
     describe(line, payload);
     line.end();
     if (outcome == RequestAnswered) {
-        line.begin("answer");
+        line.begin(format::command::answer);
         describe(line, answer);
         line.end();
     }

@@ -21,6 +21,7 @@ install(FILES
     include/HbbtvBackendRecords.h
     include/HbbtvChannelListPool.h
     include/HbbtvHostRecords.h
+    include/HbbtvTraceFormat.h
     include/ZR_HbbtvImplInterface.h
   DESTINATION ${HBBTV_HEADER_DIR} COMPONENT development)
 

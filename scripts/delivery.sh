@@ -74,7 +74,7 @@ expect_file "$libdir/libhbbtvbackendglue.so.$version"
 expect_file "$libdir/libhbbtvbackendglue.so.$major"
 expect_file "$libdir/libhbbtvbackendglue.so"
 for header in ZR_HbbtvImplInterface.h HbbtvBackendCommand.h HbbtvBackendCommandCatalogue.h HbbtvBackendRecords.h \
-              HbbtvHostRecords.h HbbtvChannelListPool.h; do
+              HbbtvHostRecords.h HbbtvChannelListPool.h HbbtvTraceFormat.h; do
   expect_file "$prefix/include/HbbtvBackendGlue/$header"
 done
 for file in HbbtvBackendGlueConfig.cmake HbbtvBackendGlueConfigVersion.cmake HbbtvBackendGlueTargets.cmake; do

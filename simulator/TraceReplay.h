@@ -6,12 +6,12 @@
 #ifndef HBBTV_SIMULATOR_TRACEREPLAY_H
 #define HBBTV_SIMULATOR_TRACEREPLAY_H
 
-#include <cstdint>
 #include <string>
 #include <vector>
 
 #include "Scenario.h"
 #include "ScenarioFile.h"
+#include "TraceDiff.h"
 
 namespace hbbtv_simulator {
 
@@ -19,18 +19,6 @@ namespace hbbtv_simulator {
 // zero bytes and the line cut short that a killed recording leaves at its end; ScenarioError when
 // the file cannot be read or holds another line that is not a trace line.
 std::vector<Json> readTrace(const std::string& path);
-
-struct Divergence {
-    std::string stream;    // kind and name, for example "command TunerCommand_TuneTo"
-    size_t index;          // which crossing of that stream, from 1
-    uint64_t recordedSeq;  // 0: the recording has no such crossing
-    uint64_t replayedSeq;  // 0: the replay has no such crossing
-    std::string recorded;  // the fields compared, as JSON, or "nothing"
-    std::string replayed;
-};
-
-// What the library sent in the replay that it did not send in the recording, and the reverse.
-std::vector<Divergence> compareTraces(const std::vector<Json>& recorded, const std::vector<Json>& replayed);
 
 // Plays the trace; 0 without divergence, 1 with, 2 when the trace cannot be played. The replay's
 // own trace goes to replayTrace (kept for a look with hbbtv-trace).

@@ -14,11 +14,13 @@
 
 #include <nlohmann/json.hpp>
 
+#include "HbbtvTraceFormat.h"
 #include "TraceEventFile.h"
 #include "TracePairing.h"
 #include "TraceTimelinePage.h"
 
 using nlohmann::json;
+namespace tf = HbbtvTraceFormat;
 
 namespace {
 
@@ -65,17 +67,17 @@ void printSummary(const json& lines)
     std::map<std::string, std::map<std::string, unsigned>> crossings;
     uint64_t dropped = 0;
     for (const json& line : lines) {
-        const std::string kind = line.value("kind", "");
+        const std::string kind = line.value(tf::line::kind, "");
         const std::string name = hbbtv_trace::nameOf(line);
-        if (kind == "command") {
+        if (kind == tf::kind::command) {
             ++commands[name].issued;
-        } else if (kind == "completed") {
-            commands[name].answerMs.push_back(numberOf(line, "us") / 1000.0);
-        } else if (kind == "timeout") {
+        } else if (kind == tf::kind::completed) {
+            commands[name].answerMs.push_back(numberOf(line, tf::command::elapsedUs) / 1000.0);
+        } else if (kind == tf::kind::timeout) {
             ++commands[name].timeouts;
-        } else if (kind == "dropped") {
-            dropped += static_cast<uint64_t>(numberOf(line, "count"));
-        } else if (kind != "answer" && kind != "hostdata") { // records, not crossings
+        } else if (kind == tf::kind::dropped) {
+            dropped += static_cast<uint64_t>(numberOf(line, tf::command::droppedCount));
+        } else if (kind != tf::kind::answer && kind != tf::kind::hostdata) { // records, not crossings
             ++crossings[kind][name];
         }
     }
@@ -86,7 +88,7 @@ void printSummary(const json& lines)
         const uint64_t t = static_cast<uint64_t>(std::max<int64_t>(hbbtv_trace::timeOf(line), 0));
         first = std::min(first, t);
         last = std::max(last, t);
-        numbered += line.contains("seq") ? 1 : 0;
+        numbered += line.contains(tf::line::seq) ? 1 : 0;
     }
     printf("%zu trace lines over %.3f s", numbered, (last - first) / 1e6);
     printf("%s\n\n", dropped != 0 ? (", " + std::to_string(dropped) + " lines dropped while recording").c_str() : "");
@@ -156,7 +158,8 @@ int main(int argc, char** argv)
                 continue;
             }
             json line = json::parse(text, nullptr, false);
-            if (line.is_discarded() || !line.is_object() || !line["t"].is_number() || !line["kind"].is_string()) {
+            if (line.is_discarded() || !line.is_object() || !line[tf::line::time].is_number()
+                || !line[tf::line::kind].is_string()) {
                 if (++skipped <= 3) {
                     fprintf(stderr, "hbbtv-trace: %s:%u is not a trace line; skipped\n", file.c_str(), number);
                 }
@@ -178,10 +181,10 @@ int main(int argc, char** argv)
     unsigned recordings = 1;
     uint64_t previous = 0;
     for (size_t i = 0; i < lines.size(); ++i) {
-        if (!lines[i].contains("seq") || !lines[i]["seq"].is_number_unsigned()) {
+        if (!lines[i].contains(tf::line::seq) || !lines[i][tf::line::seq].is_number_unsigned()) {
             continue; // a drop count carries no number
         }
-        const uint64_t seq = lines[i]["seq"].get<uint64_t>();
+        const uint64_t seq = lines[i][tf::line::seq].get<uint64_t>();
         if (seq <= previous) {
             lastStart = i;
             ++recordings;

@@ -2,11 +2,14 @@
 
 #include <algorithm>
 
+#include "HbbtvTraceFormat.h"
 #include "TracePairing.h"
 
 namespace hbbtv_trace {
 
 namespace {
+
+namespace tf = HbbtvTraceFormat;
 
 // Written in this order of keys, so that a person reading the file finds the kind of event first.
 typedef nlohmann::ordered_json Event;
@@ -84,7 +87,7 @@ Event fields(const nlohmann::json& line)
 {
     Event args = Event::object();
     for (auto member = line.begin(); member != line.end(); ++member) {
-        if (member.key() != "t" && member.key() != "kind" && member.key() != "name") {
+        if (member.key() != tf::line::time && member.key() != tf::line::kind && member.key() != tf::line::name) {
             args[member.key()] = member.value();
         }
     }
@@ -206,7 +209,7 @@ std::string traceEventFile(const nlohmann::json& lines, const std::string& sourc
 
     // Every crossing, on the lane it leaves.
     for (const nlohmann::json& line : lines) {
-        const std::string kind = line.value("kind", "");
+        const std::string kind = line.value(tf::line::kind, "");
         const int pid = pidOf(routeOf(kind).from);
         events.push_back({ { "ph", "i" }, { "s", "t" }, { "name", kind + " " + nameOf(line) }, { "cat", kind },
             { "ts", timeOf(line) - t0 }, { "pid", pid }, { "tid", pid }, { "args", fields(line) } });

@@ -4,9 +4,13 @@
 #include <cmath>
 #include <map>
 
+#include "HbbtvTraceFormat.h"
+
 namespace hbbtv_trace {
 
 namespace {
+
+namespace tf = HbbtvTraceFormat;
 
 struct KindRoute {
     const char* kind;
@@ -14,19 +18,19 @@ struct KindRoute {
 };
 
 const KindRoute kRoutes[] = {
-    { "host", { Lane::host, Lane::library } },
-    { "callback", { Lane::library, Lane::host } },
-    { "command", { Lane::library, Lane::host } },
-    { "completed", { Lane::host, Lane::library } },
-    { "timeout", { Lane::library, Lane::library } },
-    { "unmatched", { Lane::host, Lane::library } },
-    { "request", { Lane::browser, Lane::library } },
-    { "browser", { Lane::browser, Lane::library } },
-    { "event", { Lane::library, Lane::browser } },
-    { "key", { Lane::library, Lane::browser } },
-    { "binder", { Lane::browser, Lane::library } },
-    { "answer", { Lane::library, Lane::library } },
-    { "dropped", { Lane::library, Lane::library } },
+    { tf::kind::host, { Lane::host, Lane::library } },
+    { tf::kind::callback, { Lane::library, Lane::host } },
+    { tf::kind::command, { Lane::library, Lane::host } },
+    { tf::kind::completed, { Lane::host, Lane::library } },
+    { tf::kind::timeout, { Lane::library, Lane::library } },
+    { tf::kind::unmatched, { Lane::host, Lane::library } },
+    { tf::kind::request, { Lane::browser, Lane::library } },
+    { tf::kind::browser, { Lane::browser, Lane::library } },
+    { tf::kind::event, { Lane::library, Lane::browser } },
+    { tf::kind::key, { Lane::library, Lane::browser } },
+    { tf::kind::binder, { Lane::browser, Lane::library } },
+    { tf::kind::answer, { Lane::library, Lane::library } },
+    { tf::kind::dropped, { Lane::library, Lane::library } },
 };
 
 // A field that should be an unsigned number (a ticket, a thread id); a line that breaks the format
@@ -77,16 +81,16 @@ nlohmann::json routesJson()
 
 int64_t timeOf(const nlohmann::json& line)
 {
-    return std::llround(line["t"].get<double>());
+    return std::llround(line[tf::line::time].get<double>());
 }
 
 std::string nameOf(const nlohmann::json& line)
 {
-    const auto name = line.find("name");
+    const auto name = line.find(tf::line::name);
     if (name != line.end() && name->is_string()) {
         return name->get<std::string>();
     }
-    const auto command = line.find("command");
+    const auto command = line.find(tf::command::number);
     return "command " + (command != line.end() && command->is_number_integer() ? command->dump() : "-1");
 }
 
@@ -103,33 +107,33 @@ Pairing pairLines(const nlohmann::json& lines)
     std::vector<bool> claimed; // a command joined to a request already
     for (size_t i = 0; i < lines.size(); ++i) {
         const nlohmann::json& line = lines[i];
-        const std::string kind = line.value("kind", "");
+        const std::string kind = line.value(tf::line::kind, "");
         const int64_t t = timeOf(line);
         uint64_t ticket = 0;
-        const bool hasTicket = unsignedField(line, "ticket", ticket);
+        const bool hasTicket = unsignedField(line, tf::command::ticket, ticket);
         uint64_t thread = 0;
-        const bool hasThread = unsignedField(line, "th", thread);
-        if (kind == "command" && hasTicket) {
+        const bool hasThread = unsignedField(line, tf::line::thread, thread);
+        if (kind == tf::kind::command && hasTicket) {
             pairing.commands.push_back(CommandSpan { i, kNoLine, false, t, last });
             claimed.push_back(false);
             inFlight[ticket] = latest[ticket] = pairing.commands.size() - 1;
-        } else if ((kind == "completed" || kind == "timeout") && hasTicket && inFlight.count(ticket) != 0) {
+        } else if ((kind == tf::kind::completed || kind == tf::kind::timeout) && hasTicket && inFlight.count(ticket) != 0) {
             CommandSpan& span = pairing.commands[inFlight[ticket]];
             span.outcome = i;
-            span.timedOut = kind == "timeout";
+            span.timedOut = kind == tf::kind::timeout;
             span.end = std::max(t, span.start); // a clock that stepped back must not make a span run backwards
             inFlight.erase(ticket);
-        } else if (kind == "request" && hasThread) {
+        } else if (kind == tf::kind::request && hasThread) {
             pairing.requests.push_back(RequestSpan { i, kNoLine, {}, t, t });
             openRequests[thread] = pairing.requests.size() - 1;
-        } else if (kind == "answer" && hasThread && hasTicket && openRequests.count(thread) != 0
+        } else if (kind == tf::kind::answer && hasThread && hasTicket && openRequests.count(thread) != 0
             && latest.count(ticket) != 0 && !claimed[latest[ticket]]) {
             // The requesting thread reads the answer: the command was made for its request.
             RequestSpan& request = pairing.requests[openRequests[thread]];
             request.commands.push_back(latest[ticket]);
             request.end = std::max(t, request.start);
             claimed[latest[ticket]] = true;
-        } else if (kind == "reply" && hasThread && openRequests.count(thread) != 0) {
+        } else if (kind == tf::kind::reply && hasThread && openRequests.count(thread) != 0) {
             RequestSpan& request = pairing.requests[openRequests[thread]];
             if (nameOf(lines[request.request]) == nameOf(line)) {
                 request.reply = i;
