@@ -10,7 +10,6 @@
 #include <getopt.h>
 #include <unistd.h>
 
-#include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
@@ -21,24 +20,6 @@
 namespace {
 
 using hbbtv_simulator::Options;
-
-// The library opened unless --library says otherwise: the installed one, where it lies relative to
-// the installed simulator; else the one of the build the simulator comes from. A path, not a name
-// for the loader to look up: a sanitizer's dlopen would look it up on the sanitizer's run path.
-std::string defaultLibrary()
-{
-    char self[PATH_MAX];
-    const ssize_t length = readlink("/proc/self/exe", self, sizeof(self) - 1);
-    if (length > 0) {
-        self[length] = '\0';
-        const std::string executable(self);
-        const std::string installed = executable.substr(0, executable.rfind('/') + 1) + HBBTV_GLUE_INSTALLED_LIBRARY;
-        if (access(installed.c_str(), F_OK) == 0) {
-            return installed;
-        }
-    }
-    return HBBTV_GLUE_BUILD_LIBRARY;
-}
 
 void usage(FILE* out)
 {
@@ -61,7 +42,7 @@ void usage(FILE* out)
         "  --timeout-ms N      how long each step may take (default: 3000)\n"
         "  --host-delay-ms N   how late the host answers each request (default: 0)\n"
         "  --version           print the version (the simulator's and the library's it was built with)\n",
-        defaultLibrary().c_str());
+        hbbtv_tools::defaultGlueLibrary().c_str());
 }
 
 bool parseMilliseconds(const char* text, unsigned long lowest, unsigned int& value)
@@ -169,7 +150,7 @@ bool vocabularyIsComplete()
 int main(int argc, char** argv)
 {
     Options options;
-    options.library = defaultLibrary();
+    options.library = hbbtv_tools::defaultGlueLibrary();
     Mode mode = Mode::Play;
     const int parsed = parseOptions(argc, argv, options, mode);
     if (parsed != 0) {
