@@ -14,6 +14,7 @@
 #include <cstdlib>
 #include <string>
 
+#include "CommandLine.h"
 #include "Scenario.h"
 #include "TraceReplay.h"
 
@@ -43,17 +44,6 @@ void usage(FILE* out)
         "  --host-delay-ms N   how late the host answers each request (default: 0)\n"
         "  --version           print the version (the simulator's and the library's it was built with)\n",
         hbbtv_tools::defaultGlueLibrary().c_str());
-}
-
-bool parseMilliseconds(const char* text, unsigned long lowest, unsigned int& value)
-{
-    char* end = nullptr;
-    const unsigned long parsed = strtoul(text, &end, 10);
-    if (end == text || *end != '\0' || parsed < lowest || parsed > 600000) {
-        return false;
-    }
-    value = static_cast<unsigned int>(parsed);
-    return true;
 }
 
 enum class Mode { Play, ListSteps, PrintScenario, Version, Replay };
@@ -97,13 +87,13 @@ int parseOptions(int argc, char** argv, Options& options, Mode& mode)
             options.library = optarg;
             break;
         case 't':
-            if (!parseMilliseconds(optarg, 1, options.timeoutMs)) {
+            if (!hbbtv_tools::parseNumber(optarg, 1, 600000, options.timeoutMs)) {
                 fprintf(stderr, "hbbtv_simulator: --timeout-ms wants a number of milliseconds from 1 to 600000\n");
                 return 2;
             }
             break;
         case 'd':
-            if (!parseMilliseconds(optarg, 0, options.hostDelayMs)) {
+            if (!hbbtv_tools::parseNumber(optarg, 0, 600000, options.hostDelayMs)) {
                 fprintf(stderr, "hbbtv_simulator: --host-delay-ms wants a number of milliseconds from 0 to 600000\n");
                 return 2;
             }

@@ -22,6 +22,7 @@
 #include <vector>
 
 #include "CheckingHost.h"
+#include "CommandLine.h"
 #include "GlueLibrary.h"
 #include "HbbtvHostCheckPlugin.h"
 #include "Operations.h"
@@ -69,17 +70,6 @@ void usage(FILE* out)
         "  --junit FILE      write the report as JUnit XML too: a test suite per operation, a test case per rule\n"
         "  --library PATH    the library to check against (default: %s)\n",
         kHbbtvHostCheckEntryPoint, kCallbackLimitMs, hbbtv_tools::defaultGlueLibrary().c_str());
-}
-
-bool parseNumber(const char* text, unsigned long lowest, unsigned long highest, unsigned int& value)
-{
-    char* end = nullptr;
-    const unsigned long parsed = strtoul(text, &end, 10);
-    if (end == text || *end != '\0' || parsed < lowest || parsed > highest) {
-        return false;
-    }
-    value = static_cast<unsigned int>(parsed);
-    return true;
 }
 
 std::vector<std::string> split(const std::string& text)
@@ -131,19 +121,19 @@ int parseOptions(int argc, char** argv, Options& options)
             }
             break;
         case 'r':
-            if (!parseNumber(optarg, 1, 10000, options.repeat)) {
+            if (!hbbtv_tools::parseNumber(optarg, 1, 10000, options.repeat)) {
                 fprintf(stderr, "hbbtv-host-check: --repeat wants a number from 1 to 10000\n");
                 return 2;
             }
             break;
         case 'b':
-            if (!parseNumber(optarg, 1, 600000, options.budgetMs)) {
+            if (!hbbtv_tools::parseNumber(optarg, 1, 600000, options.budgetMs)) {
                 fprintf(stderr, "hbbtv-host-check: --budget-ms wants milliseconds from 1 to 600000\n");
                 return 2;
             }
             break;
         case 'c':
-            if (!parseNumber(optarg, 1, 600000, options.callbackLimitMs)) {
+            if (!hbbtv_tools::parseNumber(optarg, 1, 600000, options.callbackLimitMs)) {
                 fprintf(stderr, "hbbtv-host-check: --callback-limit-ms wants milliseconds from 1 to 600000\n");
                 return 2;
             }
