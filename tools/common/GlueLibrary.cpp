@@ -3,7 +3,7 @@
 #include <dlfcn.h>
 #include <unistd.h>
 
-#include <climits>
+#include "CommandLine.h"
 
 namespace hbbtv_tools {
 
@@ -26,11 +26,8 @@ std::string loadGlueLibrary(const std::string& path, GlueLibrary& library)
 // sanitizer's run path.
 std::string defaultGlueLibrary()
 {
-    char self[PATH_MAX];
-    const ssize_t length = readlink("/proc/self/exe", self, sizeof(self) - 1);
-    if (length > 0) {
-        self[length] = '\0';
-        const std::string executable(self);
+    const std::string executable = ownExecutable();
+    if (!executable.empty()) {
         const std::string installed = executable.substr(0, executable.rfind('/') + 1) + HBBTV_GLUE_INSTALLED_LIBRARY;
         if (access(installed.c_str(), F_OK) == 0) {
             return installed;
