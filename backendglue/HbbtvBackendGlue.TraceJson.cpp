@@ -10,8 +10,8 @@ namespace {
 
 const char kReplacement[] = "\xEF\xBF\xBD"; // U+FFFD
 
-// The length of the valid UTF-8 sequence that starts at text[0], or 0 if it is not one
-// (overlong forms, surrogates and code points past U+10FFFF are not valid).
+} // namespace
+
 size_t utf8SequenceLength(const unsigned char* text, size_t available)
 {
     const unsigned char lead = text[0];
@@ -47,8 +47,6 @@ size_t utf8SequenceLength(const unsigned char* text, size_t available)
     }
     return length;
 }
-
-} // namespace
 
 void TraceJson::appendString(std::string& out, const char* text, size_t length)
 {

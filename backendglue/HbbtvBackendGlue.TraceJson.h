@@ -11,6 +11,10 @@
 
 namespace ZR_HBBTV_Core {
 
+// The length of the valid UTF-8 sequence of two to four bytes that starts at text[0], or 0 if it
+// is not one (overlong forms, surrogates and code points past U+10FFFF are not valid).
+size_t utf8SequenceLength(const unsigned char* text, size_t available);
+
 class TraceJson {
 public:
     explicit TraceJson(std::string& out) : m_out(out), m_first(true) {}

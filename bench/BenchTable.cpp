@@ -1,9 +1,6 @@
 #include "BenchTable.h"
 
-#include <unistd.h>
-
 #include <algorithm>
-#include <cmath>
 #include <cstdio>
 #include <cstring>
 #include <fstream>
@@ -56,18 +53,7 @@ Row rowOf(const std::string& figure, const std::string& subjectName, const std::
 
 double median(std::vector<double> values)
 {
-    return percentile(std::move(values), 0.5);
-}
-
-double percentile(std::vector<double> values, double p)
-{
-    if (values.empty()) {
-        return 0;
-    }
-    std::sort(values.begin(), values.end());
-    const double rank = std::ceil(p * static_cast<double>(values.size()));
-    const size_t index = rank < 1 ? 0 : static_cast<size_t>(rank) - 1;
-    return values[std::min(index, values.size() - 1)];
+    return percentile(std::move(values), 50);
 }
 
 Row ratioRow(const std::string& figure, const std::string& subjectName, const std::vector<double>& subject,
@@ -153,20 +139,6 @@ std::string jsonPathFrom(int argc, char** argv)
         }
     }
     return "";
-}
-
-long residentKiB()
-{
-    long pages = 0;
-    long resident = 0;
-    FILE* statm = fopen("/proc/self/statm", "r");
-    if (statm != nullptr) {
-        if (fscanf(statm, "%ld %ld", &pages, &resident) != 2) {
-            resident = 0;
-        }
-        fclose(statm);
-    }
-    return resident * (sysconf(_SC_PAGESIZE) / 1024);
 }
 
 } // namespace hbbtv_bench

@@ -10,6 +10,8 @@
 #include <string>
 #include <vector>
 
+#include "Statistics.h"
+
 namespace hbbtv_bench {
 
 struct Row {
@@ -26,8 +28,10 @@ struct Row {
 
 enum class Better { Lower, Higher };
 
+using hbbtv_tools::percentile;
+using hbbtv_tools::residentKiB;
+
 double median(std::vector<double> values);
-double percentile(std::vector<double> values, double p);
 
 // A figure judged on the ratio subject / baseline: met when the median ratio is within limit.
 Row ratioRow(const std::string& figure, const std::string& subjectName, const std::vector<double>& subject,
@@ -45,9 +49,6 @@ std::vector<Row> readJson(const std::string& path);
 
 // "--json FILE" from the arguments, or "" when not given.
 std::string jsonPathFrom(int argc, char** argv);
-
-// Resident size of this process in KiB.
-long residentKiB();
 
 typedef std::chrono::steady_clock Clock;
 inline double microsecondsBetween(Clock::time_point from, Clock::time_point to)

@@ -232,10 +232,10 @@ int main(int argc, char** argv)
     for (int round = 0; round < rounds; ++round) {
         const std::vector<double> key = keyLatencies(tv, keys);
         const std::vector<double> handOff = handOffLatencies(keys);
-        keyP50.push_back(percentile(key, 0.5) / 1000);
-        keyP99.push_back(percentile(key, 0.99) / 1000);
-        handOffP50.push_back(percentile(handOff, 0.5) / 1000);
-        handOffP99.push_back(percentile(handOff, 0.99) / 1000);
+        keyP50.push_back(percentile(key, 50) / 1000);
+        keyP99.push_back(percentile(key, 99) / 1000);
+        handOffP50.push_back(percentile(handOff, 50) / 1000);
+        handOffP99.push_back(percentile(handOff, 99) / 1000);
         for (Scale& scale : scales) {
             for (size_t i = 0; i < scale.sizes.size(); ++i) {
                 scale.rounds[i].push_back(scale.perItem(tv, scale.sizes[i]));

@@ -10,35 +10,17 @@
 #include <getopt.h>
 #include <unistd.h>
 
-#include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
 
+#include "CommandLine.h"
 #include "Scenario.h"
 #include "TraceReplay.h"
 
 namespace {
 
 using hbbtv_simulator::Options;
-
-// The library opened unless --library says otherwise: the installed one, where it lies relative to
-// the installed simulator; else the one of the build the simulator comes from. A path, not a name
-// for the loader to look up: a sanitizer's dlopen would look it up on the sanitizer's run path.
-std::string defaultLibrary()
-{
-    char self[PATH_MAX];
-    const ssize_t length = readlink("/proc/self/exe", self, sizeof(self) - 1);
-    if (length > 0) {
-        self[length] = '\0';
-        const std::string executable(self);
-        const std::string installed = executable.substr(0, executable.rfind('/') + 1) + HBBTV_GLUE_INSTALLED_LIBRARY;
-        if (access(installed.c_str(), F_OK) == 0) {
-            return installed;
-        }
-    }
-    return HBBTV_GLUE_BUILD_LIBRARY;
-}
 
 void usage(FILE* out)
 {
@@ -61,18 +43,7 @@ void usage(FILE* out)
         "  --timeout-ms N      how long each step may take (default: 3000)\n"
         "  --host-delay-ms N   how late the host answers each request (default: 0)\n"
         "  --version           print the version (the simulator's and the library's it was built with)\n",
-        defaultLibrary().c_str());
-}
-
-bool parseMilliseconds(const char* text, unsigned long lowest, unsigned int& value)
-{
-    char* end = nullptr;
-    const unsigned long parsed = strtoul(text, &end, 10);
-    if (end == text || *end != '\0' || parsed < lowest || parsed > 600000) {
-        return false;
-    }
-    value = static_cast<unsigned int>(parsed);
-    return true;
+        hbbtv_tools::defaultGlueLibrary().c_str());
 }
 
 enum class Mode { Play, ListSteps, PrintScenario, Version, Replay };
@@ -116,13 +87,13 @@ int parseOptions(int argc, char** argv, Options& options, Mode& mode)
             options.library = optarg;
             break;
         case 't':
-            if (!parseMilliseconds(optarg, 1, options.timeoutMs)) {
+            if (!hbbtv_tools::parseNumber(optarg, 1, 600000, options.timeoutMs)) {
                 fprintf(stderr, "hbbtv_simulator: --timeout-ms wants a number of milliseconds from 1 to 600000\n");
                 return 2;
             }
             break;
         case 'd':
-            if (!parseMilliseconds(optarg, 0, options.hostDelayMs)) {
+            if (!hbbtv_tools::parseNumber(optarg, 0, 600000, options.hostDelayMs)) {
                 fprintf(stderr, "hbbtv_simulator: --host-delay-ms wants a number of milliseconds from 0 to 600000\n");
                 return 2;
             }
@@ -169,7 +140,7 @@ bool vocabularyIsComplete()
 int main(int argc, char** argv)
 {
     Options options;
-    options.library = defaultLibrary();
+    options.library = hbbtv_tools::defaultGlueLibrary();
     Mode mode = Mode::Play;
     const int parsed = parseOptions(argc, argv, options, mode);
     if (parsed != 0) {

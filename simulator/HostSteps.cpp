@@ -22,23 +22,18 @@ using Clock = std::chrono::steady_clock;
 
 std::string runBoot(Scenario& s, const Json&)
 {
-    if (s.library != nullptr || s.tornDown) {
+    if (s.library.handle != nullptr || s.tornDown) {
         return "the television booted already (the library is initialised once per process)";
     }
-    s.library = dlopen(s.options().library.c_str(), RTLD_NOW | RTLD_LOCAL);
-    if (s.library == nullptr) {
-        return std::string("dlopen: ") + dlerror();
-    }
-    s.create = reinterpret_cast<CreateWrapperFunction>(dlsym(s.library, "CreateHbbtvWrapper"));
-    s.destroy = reinterpret_cast<DestroyWrapperFunction>(dlsym(s.library, "DestroyHbbtvWrapper"));
-    if (s.create == nullptr || s.destroy == nullptr) {
-        return "the library does not export CreateHbbtvWrapper and DestroyHbbtvWrapper";
+    const std::string failed = hbbtv_tools::loadGlueLibrary(s.options().library, s.library);
+    if (!failed.empty()) {
+        return failed;
     }
     Dl_info loaded;
-    if (dladdr(reinterpret_cast<void*>(s.create), &loaded) != 0 && loaded.dli_fname != nullptr) {
+    if (dladdr(reinterpret_cast<void*>(s.library.create), &loaded) != 0 && loaded.dli_fname != nullptr) {
         s.trace(std::string("    loaded ") + loaded.dli_fname);
     }
-    s.wrapper = s.create();
+    s.wrapper = s.library.create();
     if (s.wrapper == nullptr) {
         return "CreateHbbtvWrapper returned null";
     }
@@ -394,7 +389,7 @@ std::string runTeardown(Scenario& s, const Json&)
     }
     // No completion may reach the wrapper once it is gone.
     s.host.setWrapper(nullptr);
-    s.destroy(s.wrapper);
+    s.library.destroy(s.wrapper);
     s.wrapper = nullptr;
     s.tornDown = true;
     return "";

@@ -16,11 +16,11 @@ template <const char* Name> std::string titlePlayed(const Json& a)
 
 template <const char* Name> std::string runPlayed(Scenario& s, const Json& a)
 {
-    if (s.library == nullptr) {
+    if (s.library.handle == nullptr) {
         return "no wrapper yet: the scenario must boot first";
     }
     if (s.player == nullptr) {
-        s.player.reset(new hbbtv_sim::StepPlayer(s.host, s.browser, s.wrapper, s.create, s.destroy));
+        s.player.reset(new hbbtv_sim::StepPlayer(s.host, s.browser, s.wrapper, s.library.create, s.library.destroy));
     }
     Json arguments = a;
     arguments.erase("expect");

@@ -4,47 +4,17 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
-#include <algorithm>
-#include <cmath>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
 
-#include "HbbtvBackendCommandCatalogue.h"
+#include "CommandName.h"
+#include "Statistics.h"
 
 namespace hbbtv_simulator {
 
-std::string commandName(int command)
-{
-    const HbbtvBackendCommandInfo* const info = hbbtvBackendCommandInfo(command);
-    return info != nullptr ? info->name : "command " + std::to_string(command);
-}
-
-double percentile(std::vector<double> samples, double p)
-{
-    if (samples.empty()) {
-        return 0.0;
-    }
-    std::sort(samples.begin(), samples.end());
-    const double rank = std::ceil(p / 100.0 * static_cast<double>(samples.size()));
-    const size_t index = rank < 1.0 ? 0 : static_cast<size_t>(rank) - 1;
-    return samples[std::min(index, samples.size() - 1)];
-}
-
-long residentKiB()
-{
-    long pages = 0;
-    long resident = 0;
-    FILE* statm = fopen("/proc/self/statm", "r");
-    if (statm == nullptr) {
-        return 0;
-    }
-    if (fscanf(statm, "%ld %ld", &pages, &resident) != 2) {
-        resident = 0;
-    }
-    fclose(statm);
-    return resident * (sysconf(_SC_PAGESIZE) / 1024);
-}
+using hbbtv_tools::commandName;
+using hbbtv_tools::percentile;
 
 size_t nodeChainLength(const unsigned char* region, size_t size)
 {

@@ -10,15 +10,6 @@
 
 namespace hbbtv_simulator {
 
-// The command's name as the host knows it, or "command N" for a number without one.
-std::string commandName(int command);
-
-// The value at or below which p percent of the samples lie (nearest rank); 0 without samples.
-double percentile(std::vector<double> samples, double p);
-
-// The process's resident size in KiB (0 when /proc cannot tell).
-long residentKiB();
-
 // How far the nodes of an allocator region reach from its start, read from the region's own node
 // headers as any process that maps it can (head mark 0x5A5A, data size, end mark 0x5A5A, nodes
 // back to back from the start): the region's high-water, since nodes never go back.

@@ -8,7 +8,13 @@
 #include <memory>
 #include <thread>
 
+#include "CommandName.h"
+#include "Statistics.h"
+
 namespace hbbtv_simulator {
+
+using hbbtv_tools::commandName;
+using hbbtv_tools::residentKiB;
 
 namespace {
 

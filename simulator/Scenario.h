@@ -16,6 +16,7 @@
 
 #include <utils/StrongPointer.h>
 
+#include "GlueLibrary.h"
 #include "RequestSummary.h"
 #include "ScenarioFile.h"
 #include "SimulatedBrowser.h"
@@ -33,9 +34,6 @@ struct Options {
     std::string replayFile;   // a field trace to replay instead of a scenario
     std::string replayTrace;  // where the replay's own trace goes
 };
-
-typedef ZR_HBBTV_Core::ZR_HbbtvImplInterface* (*CreateWrapperFunction)();
-typedef void (*DestroyWrapperFunction)(ZR_HBBTV_Core::ZR_HbbtvImplInterface*);
 
 // A channel as the browser keeps it after reading the list, with the numbers the host listed.
 struct ListedChannel {
@@ -77,9 +75,7 @@ public:
     // The television.
     hbbtv_sim::SimulatedHost host;
     hbbtv_sim::SimulatedBrowser browser;
-    void* library = nullptr;
-    CreateWrapperFunction create = nullptr;
-    DestroyWrapperFunction destroy = nullptr;
+    hbbtv_tools::GlueLibrary library;
     ZR_HBBTV_Core::ZR_HbbtvImplInterface* wrapper = nullptr;
     bool tornDown = false;
     // Plays the steps that the property tests print (made at the first of them, after boot).

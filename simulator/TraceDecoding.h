@@ -34,7 +34,7 @@ struct HostData {
     int command;            // the command whose answer it belongs to
     const char* replies[2]; // the streams that show what the library made of it
 };
-const HostData kHostData[] = {
+inline const HostData kHostData[] = {
     {HbbtvTraceFormat::hostdata::lineup, TunerCommand_RequestChannelsLineup, {"reply getChannelList", nullptr}},
     {HbbtvTraceFormat::hostdata::schedule, ProgrammeCommand_GetAllProgrammeInfo,
      {"reply getAllProgrammesForChannel", nullptr}},

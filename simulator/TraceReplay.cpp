@@ -2,15 +2,15 @@
 
 #include "HbbtvTraceFormat.h"
 
-#include <dlfcn.h>
 #include <sys/mman.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
-#include <fstream>
 
 #include "ReplayHost.h"
 #include "ReplayPlayer.h"
+#include "TraceFile.h"
 
 namespace hbbtv_simulator {
 
@@ -18,49 +18,22 @@ namespace tf = HbbtvTraceFormat;
 
 std::vector<Json> readTrace(const std::string& path)
 {
-    std::ifstream in(path);
-    if (!in) {
+    hbbtv_tools::TraceFile file;
+    if (!hbbtv_tools::readTraceFile(path, file)) {
         throw ScenarioError("cannot read the trace " + path);
     }
-    std::vector<Json> lines;
-    std::string text;
-    unsigned number = 0;
-    while (std::getline(in, text)) {
-        ++number;
-        // A recording whose process died ends in zero bytes, perhaps after a line cut short:
-        // nothing before a zero byte is a whole line.
-        const size_t zero = text.find_last_of('\0');
-        if (zero != std::string::npos) {
-            text.erase(0, zero + 1);
-        }
-        Json line = Json::parse(text, nullptr, false);
-        if (zero != std::string::npos && (text.empty() || line.is_discarded())) {
-            continue;
-        }
-        if (line.is_discarded() || !line.is_object() || !line[tf::line::kind].is_string()) {
-            throw ScenarioError(path + ":" + std::to_string(number) + " is not a trace line");
-        }
-        if (line.contains(tf::line::seq)) { // drop counts carry none and are left out
-            lines.push_back(std::move(line));
-        }
+    // A replay of part of a recording would report differences the library did not make.
+    if (!file.badLines.empty()) {
+        throw ScenarioError(file.badLines.front());
     }
-    // The file is appended to: numbers that start again begin the next recording; the last counts.
-    size_t lastStart = 0;
-    for (size_t i = 1; i < lines.size(); ++i) {
-        const Json& seq = lines[i][tf::line::seq];
-        const Json& previous = lines[i - 1][tf::line::seq];
-        if (!seq.is_number_unsigned() || !previous.is_number_unsigned()) {
-            throw ScenarioError(path + ": a line without a sequence number");
-        }
-        if (seq.get<uint64_t>() <= previous.get<uint64_t>()) {
-            lastStart = i;
-        }
-    }
-    if (lastStart != 0) {
+    if (hbbtv_tools::keepLastRecording(file.lines) > 1) {
         printf("[replay] %s holds several recordings; the last one is taken\n", path.c_str());
-        lines.erase(lines.begin(), lines.begin() + static_cast<std::ptrdiff_t>(lastStart));
     }
-    return lines;
+    // Drop counts carry no number and are no crossing to play.
+    file.lines.erase(std::remove_if(file.lines.begin(), file.lines.end(),
+                                    [](const Json& line) { return !line.contains(tf::line::seq); }),
+                     file.lines.end());
+    return file.lines;
 }
 
 int replay(const Options& options, const std::string& tracePath, const std::string& replayTrace,
@@ -85,21 +58,15 @@ int replay(const Options& options, const std::string& tracePath, const std::stri
     setenv("HBBTV_TRACE", replayTrace.c_str(), 1); // read by the library at init
     setenv("HBBTV_TRACE_MAX_MB", "1024", 1);
 
-    void* const library = dlopen(options.library.c_str(), RTLD_NOW | RTLD_LOCAL);
-    if (library == nullptr) {
-        fprintf(stderr, "hbbtv_simulator: dlopen: %s\n", dlerror());
-        return 2;
-    }
-    const CreateWrapperFunction create = reinterpret_cast<CreateWrapperFunction>(dlsym(library, "CreateHbbtvWrapper"));
-    const DestroyWrapperFunction destroy
-        = reinterpret_cast<DestroyWrapperFunction>(dlsym(library, "DestroyHbbtvWrapper"));
-    if (create == nullptr || destroy == nullptr) {
-        fprintf(stderr, "hbbtv_simulator: the library lacks CreateHbbtvWrapper or DestroyHbbtvWrapper\n");
+    hbbtv_tools::GlueLibrary library;
+    const std::string failed = hbbtv_tools::loadGlueLibrary(options.library, library);
+    if (!failed.empty()) {
+        fprintf(stderr, "hbbtv_simulator: %s\n", failed.c_str());
         return 2;
     }
     ReplayHost host(recorded);
     hbbtv_sim::SimulatedBrowser browser;
-    ZR_HBBTV_Core::ZR_HbbtvImplInterface* const wrapper = create();
+    ZR_HBBTV_Core::ZR_HbbtvImplInterface* const wrapper = library.create();
     host.setWrapper(wrapper);
     browser.publish(); // the browser runs before the host binds it
     ReplayPlayer player(host, browser, wrapper);
@@ -116,7 +83,7 @@ int replay(const Options& options, const std::string& tracePath, const std::stri
         wrapper->deinit(); // writes the replay's trace out
     }
     host.setWrapper(nullptr); // a host stops reporting to a wrapper it destroys
-    destroy(wrapper);
+    library.destroy(wrapper);
     shm_unlink(("/hbbtv" + shmSuffix).c_str());
     shm_unlink(("/hbbtvChannelList" + shmSuffix).c_str());
 

@@ -20,7 +20,6 @@
 // kept for the host past its bounds, a refusal while the region had room, a call into a deleted
 // host or into a host after its deinit returned, or a cycle whose process failed (an abort or a
 // sanitizer report). --stall-s 0 and --cycles 0 leave those phases out.
-#include <limits.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -34,6 +33,7 @@
 #include <thread>
 #include <vector>
 
+#include "CommandLine.h"
 #include "HbbtvBackendGlue.MemoryPool.h"
 #include "HbbtvBackendTVService.h"
 #include "LifecyclePhase.h"
@@ -178,13 +178,6 @@ void sendOne(HbbtvBackendTVService& service, Kind kind, int echo, Counts& counts
     }
 }
 
-std::string ownPath()
-{
-    char path[PATH_MAX];
-    const ssize_t length = readlink("/proc/self/exe", path, sizeof(path) - 1);
-    return length > 0 ? std::string(path, static_cast<size_t>(length)) : std::string();
-}
-
 // The request phase; returns whether it passed.
 bool runRequests(const Options& options, SoakHost& host, ZR_HbbtvImplInterface* wrapper, StdoutTap& tap)
 {
@@ -310,7 +303,7 @@ int main(int argc, char** argv)
         fflush(stdout);
     }
     if (options.lifecycle.cycles > 0) {
-        const LifecycleReport lifecycle = runLifecycle(options.lifecycle, ownPath());
+        const LifecycleReport lifecycle = runLifecycle(options.lifecycle, hbbtv_tools::ownExecutable());
         printLifecycle(lifecycle);
         passed = lifecyclePassed(lifecycle) && passed;
     }

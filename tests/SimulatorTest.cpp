@@ -12,8 +12,11 @@
 #include "RequestSummary.h"
 #include "Scenario.h"
 #include "ScenarioFile.h"
+#include "Statistics.h"
 
 using namespace hbbtv_simulator;
+using hbbtv_tools::percentile;
+using hbbtv_tools::residentKiB;
 
 namespace {
 

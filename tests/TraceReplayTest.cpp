@@ -97,7 +97,16 @@ TEST(TraceReplay, ReadsAKilledRecordingUpToItsLastWholeLine)
     ASSERT_EQ(2u, lines.size());
     EXPECT_EQ("keyClick", lines[1]["name"]);
 
+    // Appended to by a second run: the second recording alone.
+    std::ofstream(path, std::ios::binary) << whole << line(1, "host", "init").dump() << "\n";
+    ASSERT_EQ(1u, readTrace(path).size());
+
     std::ofstream(path, std::ios::binary) << whole << "not a trace line\n";
-    EXPECT_THROW(readTrace(path), hbbtv_simulator::ScenarioError);
+    try {
+        readTrace(path);
+        ADD_FAILURE() << "a line that is not a trace line was read";
+    } catch (const hbbtv_simulator::ScenarioError& error) {
+        EXPECT_EQ(path + ":3 is not a trace line", std::string(error.what()));
+    }
     remove(path.c_str());
 }

@@ -3,8 +3,8 @@
 #include <cstdio>
 #include <cstring>
 
+#include "CommandName.h"
 #include "HbbtvChannelListPool.h"
-#include "RequestSummary.h"
 #include "SimulatedHost.h"
 
 namespace hbbtv_hostcheck {
@@ -174,7 +174,7 @@ const char* stringParameterAt(size_t offset)
 
 std::string commandLabel(int command)
 {
-    return hbbtv_simulator::commandName(command);
+    return hbbtv_tools::commandName(command);
 }
 
 std::string payloadFieldAt(int command, size_t offset)

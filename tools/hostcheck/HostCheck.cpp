@@ -9,7 +9,6 @@
 #include <dlfcn.h>
 #include <getopt.h>
 #include <sys/mman.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -23,6 +22,8 @@
 #include <vector>
 
 #include "CheckingHost.h"
+#include "CommandLine.h"
+#include "GlueLibrary.h"
 #include "HbbtvHostCheckPlugin.h"
 #include "Operations.h"
 #include "Report.h"
@@ -31,9 +32,6 @@
 namespace {
 
 using namespace hbbtv_hostcheck;
-
-typedef ZR_HBBTV_Core::ZR_HbbtvImplInterface* (*CreateWrapperFunction)();
-typedef void (*DestroyWrapperFunction)(ZR_HBBTV_Core::ZR_HbbtvImplInterface*);
 
 struct Options {
     std::string library;
@@ -71,18 +69,7 @@ void usage(FILE* out)
         "  --json FILE       write the report as JSON too\n"
         "  --junit FILE      write the report as JUnit XML too: a test suite per operation, a test case per rule\n"
         "  --library PATH    the library to check against (default: %s)\n",
-        kHbbtvHostCheckEntryPoint, kCallbackLimitMs, HBBTV_GLUE_LIBRARY);
-}
-
-bool parseNumber(const char* text, unsigned long lowest, unsigned long highest, unsigned int& value)
-{
-    char* end = nullptr;
-    const unsigned long parsed = strtoul(text, &end, 10);
-    if (end == text || *end != '\0' || parsed < lowest || parsed > highest) {
-        return false;
-    }
-    value = static_cast<unsigned int>(parsed);
-    return true;
+        kHbbtvHostCheckEntryPoint, kCallbackLimitMs, hbbtv_tools::defaultGlueLibrary().c_str());
 }
 
 std::vector<std::string> split(const std::string& text)
@@ -96,29 +83,6 @@ std::vector<std::string> split(const std::string& text)
         }
     }
     return parts;
-}
-
-bool exists(const std::string& path)
-{
-    struct stat info;
-    return stat(path.c_str(), &info) == 0;
-}
-
-// Installed, the library lies beside the program's prefix; in the build tree, where it was built.
-std::string defaultLibrary()
-{
-    char self[4096];
-    const ssize_t length = readlink("/proc/self/exe", self, sizeof(self) - 1);
-    if (length > 0) {
-        self[length] = '\0';
-        std::string directory(self);
-        directory.erase(directory.find_last_of('/'));
-        const std::string installed = directory + "/" + HBBTV_GLUE_LIBRARY_FROM_BINDIR;
-        if (exists(installed)) {
-            return installed;
-        }
-    }
-    return HBBTV_GLUE_LIBRARY;
 }
 
 // Returns 0 to go on, -1 to end with status 0, otherwise the exit status.
@@ -157,19 +121,19 @@ int parseOptions(int argc, char** argv, Options& options)
             }
             break;
         case 'r':
-            if (!parseNumber(optarg, 1, 10000, options.repeat)) {
+            if (!hbbtv_tools::parseNumber(optarg, 1, 10000, options.repeat)) {
                 fprintf(stderr, "hbbtv-host-check: --repeat wants a number from 1 to 10000\n");
                 return 2;
             }
             break;
         case 'b':
-            if (!parseNumber(optarg, 1, 600000, options.budgetMs)) {
+            if (!hbbtv_tools::parseNumber(optarg, 1, 600000, options.budgetMs)) {
                 fprintf(stderr, "hbbtv-host-check: --budget-ms wants milliseconds from 1 to 600000\n");
                 return 2;
             }
             break;
         case 'c':
-            if (!parseNumber(optarg, 1, 600000, options.callbackLimitMs)) {
+            if (!hbbtv_tools::parseNumber(optarg, 1, 600000, options.callbackLimitMs)) {
                 fprintf(stderr, "hbbtv-host-check: --callback-limit-ms wants milliseconds from 1 to 600000\n");
                 return 2;
             }
@@ -240,7 +204,7 @@ int fail(const std::string& suffix, const std::string& message)
 int main(int argc, char** argv)
 {
     Options options;
-    options.library = defaultLibrary();
+    options.library = hbbtv_tools::defaultGlueLibrary();
     const int parsed = parseOptions(argc, argv, options);
     if (parsed != 0) {
         return parsed < 0 ? 0 : parsed;
@@ -256,14 +220,10 @@ int main(int argc, char** argv)
     const std::string suffix = ".check" + std::to_string(getpid());
     setenv("HBBTV_SHM_SUFFIX", suffix.c_str(), 1);
 
-    void* const library = dlopen(options.library.c_str(), RTLD_NOW | RTLD_LOCAL);
-    if (library == nullptr) {
-        return fail(suffix, std::string("cannot load the library: ") + dlerror());
-    }
-    const auto create = reinterpret_cast<CreateWrapperFunction>(dlsym(library, "CreateHbbtvWrapper"));
-    const auto destroy = reinterpret_cast<DestroyWrapperFunction>(dlsym(library, "DestroyHbbtvWrapper"));
-    if (create == nullptr || destroy == nullptr) {
-        return fail(suffix, options.library + " does not export CreateHbbtvWrapper and DestroyHbbtvWrapper");
+    hbbtv_tools::GlueLibrary library;
+    const std::string failed = hbbtv_tools::loadGlueLibrary(options.library, library);
+    if (!failed.empty()) {
+        return fail(suffix, "cannot load the library: " + failed);
     }
     void* const plugin = dlopen(options.host.c_str(), RTLD_NOW | RTLD_LOCAL);
     if (plugin == nullptr) {
@@ -289,7 +249,7 @@ int main(int argc, char** argv)
     if (host == nullptr) {
         return fail(suffix, std::string("the plugin made no host (") + kHbbtvHostCheckEntryPoint + " returned null)");
     }
-    ZR_HBBTV_Core::ZR_HbbtvImplInterface* const wrapper = create();
+    ZR_HBBTV_Core::ZR_HbbtvImplInterface* const wrapper = library.create();
     checker.setHost(host);
     checker.setOperation("start-up");
     wrapper->init(&checker);
@@ -328,7 +288,7 @@ int main(int argc, char** argv)
     checker.waitForLateCompletions(std::chrono::milliseconds(options.budgetMs != 0 ? options.budgetMs : 1000));
     std::this_thread::sleep_for(kSettle);
     checker.markDeinit();
-    destroy(wrapper);
+    library.destroy(wrapper);
     std::this_thread::sleep_for(kAfterDeinitWatch);
     if (context.destroyHost != nullptr) {
         context.destroyHost(host);

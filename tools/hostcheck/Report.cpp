@@ -1,6 +1,7 @@
 #include "Report.h"
 
-#include "RequestSummary.h"
+#include "HbbtvBackendGlue.TraceJson.h"
+#include "Statistics.h"
 
 namespace hbbtv_hostcheck {
 
@@ -27,31 +28,6 @@ void count(OperationRow& row, bool failed, unsigned scope)
     row.scope |= scope;
 }
 
-// The length of the UTF-8 sequence that starts at text[at], 0 where the bytes are not one.
-size_t utf8Length(const std::string& text, size_t at)
-{
-    const unsigned char lead = static_cast<unsigned char>(text[at]);
-    size_t length = 0;
-    if (lead < 0x80) {
-        length = 1;
-    } else if (lead >= 0xc2 && lead <= 0xdf) {
-        length = 2;
-    } else if (lead >= 0xe0 && lead <= 0xef) {
-        length = 3;
-    } else if (lead >= 0xf0 && lead <= 0xf4) {
-        length = 4;
-    }
-    if (length == 0 || at + length > text.size()) {
-        return 0;
-    }
-    for (size_t i = 1; i < length; ++i) {
-        if ((static_cast<unsigned char>(text[at + i]) & 0xc0) != 0x80) {
-            return 0;
-        }
-    }
-    return length;
-}
-
 // Text for XML attributes and content: the five markup characters as entities, line breaks and
 // tabs as character references, and '?' for what XML 1.0 cannot carry (other control characters,
 // bytes that are not UTF-8: a finding may quote a host's text).
@@ -59,7 +35,8 @@ std::string escapeXml(const std::string& text)
 {
     std::string out;
     for (size_t at = 0; at < text.size();) {
-        const size_t length = utf8Length(text, at);
+        const unsigned char* const bytes = reinterpret_cast<const unsigned char*>(text.data()) + at;
+        const size_t length = bytes[0] < 0x80 ? 1 : ZR_HBBTV_Core::utf8SequenceLength(bytes, text.size() - at);
         if (length > 1) {
             out.append(text, at, length);
             at += length;
@@ -133,8 +110,8 @@ Report buildReport(const std::vector<std::string>& operations, const std::vector
     for (size_t i = 0; i < report.rows.size(); ++i) {
         OperationRow& row = report.rows[i];
         if (i < times.size()) {
-            row.p50Ms = hbbtv_simulator::percentile(times[i], 50);
-            row.p99Ms = hbbtv_simulator::percentile(times[i], 99);
+            row.p50Ms = hbbtv_tools::percentile(times[i], 50);
+            row.p99Ms = hbbtv_tools::percentile(times[i], 99);
         }
         report.requests += row.requests;
         report.failed += row.failed;

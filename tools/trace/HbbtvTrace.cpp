@@ -15,7 +15,9 @@
 #include <nlohmann/json.hpp>
 
 #include "HbbtvTraceFormat.h"
+#include "Statistics.h"
 #include "TraceEventFile.h"
+#include "TraceFile.h"
 #include "TracePairing.h"
 #include "TraceTimelinePage.h"
 
@@ -37,15 +39,6 @@ void usage(FILE* out)
             "  --perfetto OUT.json  also write the trace in the trace-event format that ui.perfetto.dev and\n"
             "                chrome://tracing open: host, library and browser as processes, commands and\n"
             "                requests as slices, every crossing as an instant, arrows from request to reply\n");
-}
-
-// The value at this fraction of the sorted times (nearest rank).
-double percentile(std::vector<double> values, double fraction)
-{
-    std::sort(values.begin(), values.end());
-    size_t rank = static_cast<size_t>(fraction * values.size() + 0.999999);
-    rank = std::min(std::max<size_t>(rank, 1), values.size());
-    return values[rank - 1];
 }
 
 // A numeric field, 0 where the line lacks it or holds something else there.
@@ -99,7 +92,7 @@ void printSummary(const json& lines)
             printf("%-44s %7u %10s %10s %9u\n", entry.first.c_str(), figures.issued, "-", "-", figures.timeouts);
         } else {
             printf("%-44s %7u %10.3f %10.3f %9u\n", entry.first.c_str(), figures.issued,
-                   percentile(figures.answerMs, 0.5), percentile(figures.answerMs, 0.99), figures.timeouts);
+                   hbbtv_tools::percentile(figures.answerMs, 50), hbbtv_tools::percentile(figures.answerMs, 99), figures.timeouts);
         }
     }
     printf("\n%-10s %-44s %7s\n", "kind", "name", "count");
@@ -141,60 +134,33 @@ int main(int argc, char** argv)
         return 2;
     }
 
-    json lines = json::array();
+    std::vector<json> read;
     for (const std::string& file : files) {
-        std::ifstream in(file);
-        if (!in) {
+        hbbtv_tools::TraceFile trace;
+        if (!hbbtv_tools::readTraceFile(file, trace)) {
             fprintf(stderr, "hbbtv-trace: cannot read %s\n", file.c_str());
             return 1;
         }
-        std::string text;
-        unsigned number = 0;
-        unsigned skipped = 0;
-        while (std::getline(in, text)) {
-            ++number;
-            text.erase(0, text.find_last_of('\0') + 1); // zero bytes end a recording that was killed
-            if (text.empty()) {
-                continue;
-            }
-            json line = json::parse(text, nullptr, false);
-            if (line.is_discarded() || !line.is_object() || !line[tf::line::time].is_number()
-                || !line[tf::line::kind].is_string()) {
-                if (++skipped <= 3) {
-                    fprintf(stderr, "hbbtv-trace: %s:%u is not a trace line; skipped\n", file.c_str(), number);
-                }
-                continue;
-            }
-            lines.push_back(std::move(line));
+        // A summary of what could be read is still worth having.
+        for (size_t i = 0; i < trace.badLines.size() && i < 3; ++i) {
+            fprintf(stderr, "hbbtv-trace: %s; skipped\n", trace.badLines[i].c_str());
         }
-        if (skipped > 3) {
-            fprintf(stderr, "hbbtv-trace: %s: %u lines skipped in all\n", file.c_str(), skipped);
+        if (trace.badLines.size() > 3) {
+            fprintf(stderr, "hbbtv-trace: %s: %zu lines skipped in all\n", file.c_str(), trace.badLines.size());
         }
+        read.insert(read.end(), std::make_move_iterator(trace.lines.begin()), std::make_move_iterator(trace.lines.end()));
     }
-    if (lines.empty()) {
+    if (read.empty()) {
         fprintf(stderr, "hbbtv-trace: no trace lines\n");
         return 1;
     }
-    // The file is appended to, so it may hold several recordings (the middleware started again):
-    // numbers that start again mark the next one. The last is the one summarised.
-    size_t lastStart = 0;
-    unsigned recordings = 1;
-    uint64_t previous = 0;
-    for (size_t i = 0; i < lines.size(); ++i) {
-        if (!lines[i].contains(tf::line::seq) || !lines[i][tf::line::seq].is_number_unsigned()) {
-            continue; // a drop count carries no number
-        }
-        const uint64_t seq = lines[i][tf::line::seq].get<uint64_t>();
-        if (seq <= previous) {
-            lastStart = i;
-            ++recordings;
-        }
-        previous = seq;
-    }
+    // The file is appended to, so it may hold several recordings (the middleware started again).
+    // The last is the one summarised.
+    const unsigned recordings = hbbtv_tools::keepLastRecording(read);
     if (recordings > 1) {
         fprintf(stderr, "hbbtv-trace: %u recordings (numbers start again); the last one is shown\n", recordings);
-        lines.erase(lines.begin(), lines.begin() + static_cast<std::ptrdiff_t>(lastStart));
     }
+    const json lines(std::move(read));
     printSummary(lines);
     const struct {
         const std::string& path;
