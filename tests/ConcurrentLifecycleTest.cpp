@@ -1,16 +1,9 @@
 // Host calls on other threads while the wrapper is de-initialised or initialised: a call either
 // is refused or runs on the manager it took, which stays alive and, once torn down, refuses
 // without reaching the browser or the host.
-#include <sys/mman.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <atomic>
 #include <chrono>
-#include <condition_variable>
-#include <cstdio>
-#include <cstring>
-#include <mutex>
+#include <stdexcept>
 #include <string>
 #include <thread>
 #include <tuple>
@@ -18,8 +11,8 @@
 
 #include <gtest/gtest.h>
 
-#include "support/AssertDeath.h"
 #include "HbbtvBackendGlue.ServiceAgent.h"
+#include "support/ForkedCase.h"
 #include "support/Television.h"
 #include "ZR_HBBTV.implIPC_p.h"
 
@@ -104,27 +97,7 @@ private:
     }
 };
 
-// A television around a DepartingHost.
-struct DepartingTelevision {
-    DepartingHost host;
-    hbbtv_sim::SimulatedBrowser browser;
-    ZR_HBBTV_Core::ZR_HbbtvImplInterface* wrapper = CreateHbbtvWrapper();
-
-    DepartingTelevision()
-    {
-        host.wrapper = wrapper;
-        host.setWrapper(wrapper);
-        wrapper->init(&host);
-        EXPECT_TRUE(browser.publish());
-        EXPECT_TRUE(wrapper->launchBrowser());
-        EXPECT_TRUE(browser.registerClients());
-    }
-    ~DepartingTelevision()
-    {
-        host.setWrapper(nullptr);
-        DestroyHbbtvWrapper(wrapper);
-    }
-};
+typedef hbbtv_test::BasicTelevision<DepartingHost> DepartingTelevision;
 
 bool waitFor(const std::function<bool()>& done)
 {
@@ -294,6 +267,7 @@ TEST(ConcurrentLifecycle, ARequestHandedOverAfterDeinitFinishesAtOnceWithoutReac
 TEST(ConcurrentLifecycle, DeinitFromInsideCallbacksOnTwoThreadsReturnsOnBoth)
 {
     DepartingTelevision tv;
+    tv.host.wrapper = tv.wrapper;
     tv.host.holdLoading = true;
     tv.host.deinitFromLoading = true;
     std::atomic<int> returned{0};
@@ -316,7 +290,7 @@ TEST(ConcurrentLifecycle, DeinitFromInsideCallbacksOnTwoThreadsReturnsOnBoth)
 
 namespace {
 
-// One real init-deinit race, in a process of its own (the killed latch is the process's): callers
+// One real init-deinit race, run in a process of its own (the killed latch is the process's): callers
 // spread over the wrapper's operations, the browser reports windows, loads and components, and a
 // request waits on the host, while one thread de-initialises and re-initialises and another
 // initialises and de-initialises. Returns what went wrong, or nothing.
@@ -428,32 +402,13 @@ std::string raceOnce(int cycle)
 
 TEST(ConcurrentLifecycle, HostCallsRacingInitAndDeinitAreAnsweredOrRefused)
 {
-    const int kCycles = 12;
-    for (int cycle = 0; cycle < kCycles; ++cycle) {
-        const std::string suffix = hbbtv_test::shmSuffix() + ".race" + std::to_string(cycle);
-        int pipeEnds[2];
-        ASSERT_EQ(0, pipe(pipeEnds));
-        const pid_t child = fork();
-        ASSERT_GE(child, 0);
-        if (child == 0) {
-            close(pipeEnds[0]);
-            setenv("HBBTV_SHM_SUFFIX", suffix.c_str(), 1);
-            const std::string failures = raceOnce(cycle);
-            const ssize_t written = write(pipeEnds[1], failures.data(), failures.size());
-            _exit(written == static_cast<ssize_t>(failures.size()) && failures.empty() ? 0 : 1);
-        }
-        close(pipeEnds[1]);
-        std::string failures;
-        char buffer[512];
-        for (ssize_t n; (n = read(pipeEnds[0], buffer, sizeof buffer)) > 0;) {
-            failures.append(buffer, static_cast<size_t>(n));
-        }
-        close(pipeEnds[0]);
-        int status = 0;
-        waitpid(child, &status, 0);
-        shm_unlink(("/hbbtv" + suffix).c_str());
-        shm_unlink(("/hbbtvChannelList" + suffix).c_str());
-        ASSERT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0)
-            << "cycle " << cycle << ": " << failures << " (status " << status << ")";
+    for (int cycle = 0; cycle < 12; ++cycle) {
+        const std::string failures = hbbtv_test::inChildProcess([cycle] {
+            const std::string found = raceOnce(cycle);
+            if (!found.empty()) {
+                throw std::runtime_error(found);
+            }
+        });
+        ASSERT_EQ("", failures) << "cycle " << cycle;
     }
 }

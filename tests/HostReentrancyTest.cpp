@@ -18,52 +18,12 @@
 #include "support/Television.h"
 
 using hbbtv_test::Television;
+using hbbtv_test::callEveryOperation;
 using std::chrono::milliseconds;
 
 namespace {
 
 const milliseconds kWait(5000);
-
-// Every wrapper operation but init and deinit, with ordinary arguments.
-void callEveryOperation(ZR_HBBTV_Core::ZR_HbbtvImplInterface* wrapper)
-{
-    ZR_HBBTV_Core::AITApps apps;
-    apps.count = 0;
-    HbbtvMultimediaComponentData component{"en", "audio", 1, false, 2, 3};
-    HbbtvCommandPayload stray(TunerCommand_GetAVInfo);
-    stray.ticket = 0x7FFFFFF0;
-    wrapper->toggleDigitalTeletext();
-    wrapper->notifyChannelChanged(1, 2, 3);
-    wrapper->newAITNotification(1, apps);
-    wrapper->noAITNotification(0);
-    wrapper->tunerStopped(false);
-    wrapper->launchBrowser();
-    wrapper->keyClick(0x1000);
-    wrapper->prepareCreateApplication();
-    wrapper->createApplication(7, "http://app.example/", "");
-    wrapper->closeUserCreatedApps();
-    wrapper->notifyBroadbandAccessAvailable(true);
-    wrapper->notifyHbbtvServiceRequestFinished(&stray);
-    wrapper->notifyStreamEvent("dvb://1.2.3", "event", "data", "trigger");
-    wrapper->setCookiesEnabledAttribute(true);
-    wrapper->sendCookiesEnabledAttribute();
-    wrapper->isBrowserReady();
-    wrapper->notifyTimezoneChanged("UTC");
-    wrapper->notifyLocaleChanged("en");
-    wrapper->notifyParentalRatingChange(1, 2, 3, 4);
-    wrapper->notifyProgrammeChanged(1, 2, 3);
-    wrapper->SetHbbTVRunningStatus(true);
-    wrapper->isAppAlive(7);
-    wrapper->setupEnvVar("A", "B");
-    wrapper->unsetEnvVar("A");
-    wrapper->killCurrentApp();
-    wrapper->notifyChannelListChanged();
-    wrapper->selectMMAudioComponent(component);
-    wrapper->selectMMSubtitleComponent(component);
-    wrapper->forceReleaseMMResource();
-    wrapper->notifySignalLost();
-    wrapper->notifyTunerPlundered();
-}
 
 // A host that, the first time each of its callbacks is made, calls every wrapper operation from
 // inside it before it goes on as the simulated host does.
@@ -144,16 +104,12 @@ void within(const char* what, const std::function<void()>& trigger, const std::a
 
 TEST(HostReentrancy, EveryWrapperOperationFromInsideEveryCallback)
 {
-    ReentrantHost host;
-    hbbtv_sim::SimulatedBrowser browser;
-    ZR_HBBTV_Core::ZR_HbbtvImplInterface* wrapper = CreateHbbtvWrapper();
-    host.wrapper = wrapper;
-    host.restartBrowser = [&] { browser.publish(); };
-    host.setWrapper(wrapper);
-    wrapper->init(&host);
-    ASSERT_TRUE(browser.publish());
-    ASSERT_TRUE(wrapper->launchBrowser());
-    ASSERT_TRUE(browser.registerClients());
+    hbbtv_test::BasicTelevision<ReentrantHost> tv(Television::Unbound);
+    tv.host.wrapper = tv.wrapper;
+    hbbtv_sim::SimulatedBrowser& browser = tv.browser;
+    tv.host.restartBrowser = [&] { browser.publish(); };
+    tv.bind(true);
+    ReentrantHost& host = tv.host;
     const std::vector<MultimediaComponentData> components(1);
 
     within("request hand-over", [&] { browser.tvService()->stopVideo(); }, host.done[ReentrantHost::Request]);
@@ -165,9 +121,6 @@ TEST(HostReentrancy, EveryWrapperOperationFromInsideEveryCallback)
     within("subtitle components", [&] { browser.notifySubtitleComponentsChanged(components, 1); },
         host.done[ReentrantHost::Subtitles]);
     within("browser death", [&] { browser.die(); }, host.done[ReentrantHost::Died]);
-
-    host.setWrapper(nullptr);
-    DestroyHbbtvWrapper(wrapper);
 }
 
 TEST(HostReentrancy, CompletionsAndTeletextAreNotHeldUpByALaunchThatIsStillLookingUp)

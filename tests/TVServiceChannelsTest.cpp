@@ -231,42 +231,6 @@ TEST_F(TVServiceChannels, HostileLineupIsReadOnlyWithinThePool)
     }
 }
 
-TEST_F(TVServiceChannels, UnansweredChannelRequestsGiveTheirFailureValues)
-{
-    neverAnswer(TunerCommand_TuneTo);
-    neverAnswer(TunerCommand_Bind2CurrentChannel);
-    neverAnswer(TunerCommand_GetCurrentChannelInfo);
-    neverAnswer(TunerCommand_RequestChannelsLineup);
-
-    NCOR::Broadcast::PlayStateError tuned = NCOR::Broadcast::PLAY_ERROR_UNDEFINED;
-    NCOR::Broadcast::PlayStateError bound = NCOR::Broadcast::PLAY_ERROR_UNDEFINED;
-    bool gotCurrent = true;
-    bool gotList = true;
-    NCOR::ChannelTunerData current = channel(1, 2, 3);
-    current.setName("kept");
-    NCOR::ChannelTunerData listed;
-    std::vector<NCOR::ChannelTunerData*> channels = { &listed };
-
-    std::vector<std::thread> calls;
-    calls.emplace_back([&] { tuned = service().tune(channel(1, 2, 3)); });
-    calls.emplace_back([&] { bound = service().bindToCurrentChannel(channel(1, 2, 3)); });
-    calls.emplace_back([&] { gotCurrent = service().getCurrentChannel(current); });
-    calls.emplace_back([&] { gotList = service().getChannelList(channels); });
-    for (std::thread& call : calls) {
-        call.join();
-    }
-
-    EXPECT_EQ(0, tuned); // the answer's untouched first integer
-    EXPECT_EQ(0, bound);
-    EXPECT_FALSE(gotCurrent);
-    EXPECT_EQ("kept", current.getName());
-    EXPECT_EQ(1, current.getSid());
-    EXPECT_FALSE(gotList);
-    ASSERT_EQ(1u, channels.size());
-    EXPECT_EQ(&listed, channels[0]);
-    EXPECT_EQ(4u, requests().size());
-}
-
 TEST_F(TVServiceChannels, ConstantAnswers)
 {
     service().suspendBroadcastService();

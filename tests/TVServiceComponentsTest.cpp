@@ -158,16 +158,6 @@ TEST_F(TVServiceComponents, HostileCountsAndTextsStayWithinTheAnswer)
     EXPECT_TRUE(components.empty());
 }
 
-TEST_F(TVServiceComponents, UnansweredComponentRequestLeavesTheListAlone)
-{
-    neverAnswer(TunerCommand_GetAVInfo);
-    NCOR::AVComponentData existing;
-    Components components = { &existing };
-    service().getAVComponents(NCOR::Broadcast::COMPONENT_TYPE_AUDIO, components);
-    ASSERT_EQ(1u, components.size());
-    EXPECT_EQ(&existing, components[0]);
-}
-
 TEST_F(TVServiceComponents, EncodingNamesAndTheSupportedProfiles)
 {
     const std::pair<std::string, int> encodings[] = { { "AVC_HD_25", 0 }, { "AVC_SD_25", 1 }, { "MPEG2_HD_25", 2 },

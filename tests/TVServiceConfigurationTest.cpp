@@ -2,7 +2,6 @@
 #include <cstdlib>
 #include <functional>
 #include <cstring>
-#include <thread>
 #include <tuple>
 
 #include <gtest/gtest.h>
@@ -99,27 +98,6 @@ TEST_F(TVServiceConfiguration, FourDigitTextsReadDigitsAndOnlyEverClearOk)
     bool ok = false; // never set, only cleared
     EXPECT_EQ(1234, service().StringToInt("1234", ok));
     EXPECT_FALSE(ok);
-}
-
-TEST_F(TVServiceConfiguration, UnansweredConfigurationRequestsGiveTheirFailureValues)
-{
-    neverAnswer(ConfigCommand_GetCountryID);
-    neverAnswer(ConfigCommand_GetAudioDescription);
-    neverAnswer(ConfigCommand_GetParental);
-
-    std::string country = "kept";
-    bool audioDescription = true;
-    int threshold = 0;
-    std::vector<std::thread> calls;
-    calls.emplace_back([&] { service().getCountryId(country); });
-    calls.emplace_back([&] { audioDescription = service().getAudioDescriptionEnable(); });
-    calls.emplace_back([&] { threshold = service().getParentalControlThreshold(); });
-    for (std::thread& call : calls) {
-        call.join();
-    }
-    EXPECT_EQ("kept", country);
-    EXPECT_FALSE(audioDescription);
-    EXPECT_EQ(3, threshold);
 }
 
 TEST_F(TVServiceConfiguration, DevicePropertiesNeedTheSerialNumber)

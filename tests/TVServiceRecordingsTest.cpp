@@ -61,8 +61,4 @@ TEST_F(TVServiceRecordings, WithoutAValidAnswerTheInterfaceDefaultsHold)
     EXPECT_FALSE(service().canScheduleReminders());
     EXPECT_EQ(NCOR::Broadcast::REMINDER_STATE_NOT_SUPPORTED, service().scheduleReminder(NCOR::ReminderData()));
     EXPECT_EQ(7u, requests().size());
-
-    // A host that never answers gives the same.
-    neverAnswer(PVRCommand_ScheduleRecording);
-    EXPECT_EQ(NCOR::Broadcast::RECORDING_STATE_NOT_SUPPORTED, service().scheduleRecording(recording));
 }
