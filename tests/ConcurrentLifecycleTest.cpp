@@ -149,7 +149,6 @@ TEST(ConcurrentLifecycle, ATornDownManagerRefusesWhatTheWrapperForwards)
 
     ZR_HBBTV_Core::AITApps apps;
     apps.count = 0;
-    const HbbtvMultimediaComponentData component{"en", "audio", 1, false, 2, 3};
     EXPECT_EQ(2, manager->toggleDigitalTeletext()); // the wrapper's 0
     EXPECT_FALSE(manager->newAITNotification(1, apps));
     EXPECT_FALSE(manager->launchBrowser());
@@ -163,23 +162,7 @@ TEST(ConcurrentLifecycle, ATornDownManagerRefusesWhatTheWrapperForwards)
     const auto start = std::chrono::steady_clock::now();
     EXPECT_FALSE(manager->waitKeyHandled(5.0));
     EXPECT_LT(std::chrono::steady_clock::now() - start, kWait);
-    manager->notifyChannelChanged(1, 2, 3);
-    manager->notifyProgrammeChanged(1, 2, 3);
-    manager->notifySignalLost();
-    manager->notifyTunerPlundered();
-    manager->tunerStopped(true);
-    manager->noAITNotification(0);
-    manager->notifyStreamEvent("dvb://1.2.3", "event", "data", "trigger");
-    manager->notifyChannelListChanged();
-    manager->notifyTimezoneChanged("UTC");
-    manager->notifyLocaleChanged("en");
-    manager->closeUserCreatedApps();
-    manager->killCurrentApp();
-    manager->selectMMAudioComponent(component);
-    manager->selectMMSubtitleComponent(component);
-    manager->forceReleaseMMResource();
-    manager->setCookiesEnabledAttribute(true);
-    manager->SetHbbTVRunningStatus(true);
+    hbbtv_test::callEveryOperation(manager.get());
 
     const hbbtv_sim::BrowserServiceRecord service = browser.service()->record();
     EXPECT_TRUE(service.keyEvents.empty());
@@ -295,29 +278,9 @@ std::string raceOnce(int cycle)
     std::atomic<int> started(0);
     std::atomic<bool> stop(false);
     auto caller = [&] {
-        ZR_HBBTV_Core::AITApps apps;
-        apps.count = 0;
-        const HbbtvMultimediaComponentData component{"en", "audio", 1, false, 2, 3};
         for (int pass = 0; !stop; ++pass) {
             wrapper->keyClick(kRed);
-            wrapper->toggleDigitalTeletext();
-            wrapper->notifyChannelChanged(1, 2, 3);
-            wrapper->newAITNotification(1, apps);
-            wrapper->tunerStopped(false);
-            const int app = wrapper->prepareCreateApplication();
-            wrapper->createApplication(app, "http://app.example/", "");
-            wrapper->closeUserCreatedApps();
-            wrapper->notifyStreamEvent("dvb://1.2.3", "event", "data", "trigger");
-            wrapper->setCookiesEnabledAttribute(pass % 2 == 0);
-            wrapper->isBrowserReady();
-            wrapper->notifyLocaleChanged("en");
-            wrapper->SetHbbTVRunningStatus(true);
-            wrapper->isAppAlive(app);
-            wrapper->setupEnvVar("A", "B");
-            wrapper->notifyChannelListChanged();
-            wrapper->selectMMAudioComponent(component);
-            wrapper->forceReleaseMMResource();
-            wrapper->notifySignalLost();
+            hbbtv_test::callEveryOperation(wrapper);
             if (pass == 0) {
                 ++started;
             }

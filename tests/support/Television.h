@@ -53,8 +53,8 @@ template <typename Host> struct BasicTelevision : TelevisionStart {
 typedef BasicTelevision<hbbtv_sim::SimulatedHost> Television;
 
 // Every wrapper operation but init and deinit, with ordinary arguments (a key HbbTV does not
-// handle, a stray completion).
-inline void callEveryOperation(ZR_HBBTV_Core::ZR_HbbtvImplInterface* wrapper)
+// handle, a stray completion), on the wrapper or on the manager it forwards to.
+template <typename Target> void callEveryOperation(Target* wrapper)
 {
     ZR_HBBTV_Core::AITApps apps;
     apps.count = 0;
