@@ -57,10 +57,7 @@ TEST(EndToEnd, AfterTeardownClientsAreReleasedNothingPassesAndOperationsRefuse)
     const android::sp<IYXTClient> client = tv.browser.service()->client();
     ASSERT_NE(nullptr, client);
     // Clients that only the library holds: once it lets them go, they are gone.
-    android::wp<IAITSignallingClient> ait;
-    android::wp<IChannelManagerClient> channels;
-    android::wp<IDSMCCClient> dsmcc;
-    android::wp<ITvConfigurationClient> configuration;
+    std::vector<android::wp<android::RefBase>> released;
     {
         const android::sp<IAITSignallingClient> a = new hbbtv_sim::SimulatedAITSignallingClient;
         const android::sp<IChannelManagerClient> c = new hbbtv_sim::SimulatedChannelManagerClient;
@@ -70,18 +67,14 @@ TEST(EndToEnd, AfterTeardownClientsAreReleasedNothingPassesAndOperationsRefuse)
         service->registerChannelManagerClient(c);
         service->registerDSMCCClient(d);
         service->registerTvConfigurationClient(t);
-        ait = a;
-        channels = c;
-        dsmcc = d;
-        configuration = t;
+        released = { a.get(), c.get(), d.get(), t.get() };
     }
     tv.wrapper->SetHbbTVRunningStatus(true);
     const hbbtv_sim::BrowserServiceRecord before = tv.browser.service()->record();
     tv.destroyWrapper();
-    EXPECT_EQ(nullptr, ait.promote());
-    EXPECT_EQ(nullptr, channels.promote());
-    EXPECT_EQ(nullptr, dsmcc.promote());
-    EXPECT_EQ(nullptr, configuration.promote());
+    for (const android::wp<android::RefBase>& client : released) {
+        EXPECT_EQ(nullptr, client.promote());
+    }
 
     // The browser still holds the TV service and the manager's clients: every call is refused at
     // once with its failure value, and nothing reaches the host or the browser. (The browser's
