@@ -13,6 +13,7 @@
 
 #include "HbbtvBackendGlue.ServiceAgent.h"
 #include "support/ForkedCase.h"
+#include "support/HookedHost.h"
 #include "support/Television.h"
 #include "ZR_HBBTV.implIPC_p.h"
 
@@ -28,7 +29,7 @@ const unsigned int kRed = 398; // reaches the browser as 403
 
 // A host that takes its server down once deinit has returned, as any host may: every call into it
 // from then on is counted. Its loading callback can be held inside, and may call deinit itself.
-class DepartingHost : public hbbtv_sim::SimulatedHost {
+class DepartingHost : public hbbtv_test::HookedHost {
 public:
     std::atomic<bool> gone{false};
     std::atomic<int> callsAfterGone{0};
@@ -39,60 +40,33 @@ public:
     std::atomic<bool> holdRequests{false};
     ZR_HBBTV_Core::ZR_HbbtvImplInterface* wrapper = nullptr;
 
-    void HBBTV_CommandHandler(void* command) override
-    {
-        arrive();
-        SimulatedHost::HBBTV_CommandHandler(command);
-    }
-    void HBBTV_ServiceRequestHandler(void* payload, void* answer) override
-    {
-        arrive();
-        ++insideRequest;
-        while (holdRequests) {
-            std::this_thread::sleep_for(milliseconds(1));
-        }
-        SimulatedHost::HBBTV_ServiceRequestHandler(payload, answer);
-    }
-    void HBBTV_HeartBeatNotification() override
-    {
-        arrive();
-        SimulatedHost::HBBTV_HeartBeatNotification();
-    }
-    void HBBTV_LoadingNotification(int progress, const char* url) override
-    {
-        arrive();
-        ++insideLoading;
-        while (holdLoading) {
-            std::this_thread::sleep_for(milliseconds(1));
-        }
-        if (deinitFromLoading) {
-            wrapper->deinit();
-        }
-        SimulatedHost::HBBTV_LoadingNotification(progress, url);
-        --insideLoading;
-    }
-    void HBBTV_BrowserDiedNotification() override
-    {
-        arrive();
-        SimulatedHost::HBBTV_BrowserDiedNotification();
-    }
-    void HBBTV_ReportIsAnyAppRunning(bool running) override
-    {
-        arrive();
-        SimulatedHost::HBBTV_ReportIsAnyAppRunning(running);
-    }
-    void HBBTV_NotifyMultimediaAudioComponentDataChanged(const std::vector<HbbtvMultimediaComponentData>& components,
-                                                         int value) override
-    {
-        arrive();
-        SimulatedHost::HBBTV_NotifyMultimediaAudioComponentDataChanged(components, value);
-    }
-
 private:
-    void arrive()
+    void before(Callback callback) override
     {
         if (gone) {
             ++callsAfterGone;
+        }
+        if (callback == Request) {
+            ++insideRequest;
+            waitWhile(holdRequests);
+        } else if (callback == Loading) {
+            ++insideLoading;
+            waitWhile(holdLoading);
+            if (deinitFromLoading) {
+                wrapper->deinit();
+            }
+        }
+    }
+    static void waitWhile(const std::atomic<bool>& held)
+    {
+        while (held) {
+            std::this_thread::sleep_for(milliseconds(1));
+        }
+    }
+    void after(Callback callback) override
+    {
+        if (callback == Loading) {
+            --insideLoading;
         }
     }
 };

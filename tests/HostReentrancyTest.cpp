@@ -15,6 +15,7 @@
 #include "HbbtvBackendGlue.ServiceAgent.h"
 #include "HbbtvBackendTVService.h"
 #include "ZR_HBBTV.implIPC_p.h"
+#include "support/HookedHost.h"
 #include "support/Television.h"
 
 using hbbtv_test::Television;
@@ -27,55 +28,20 @@ const milliseconds kWait(5000);
 
 // A host that, the first time each of its callbacks is made, calls every wrapper operation from
 // inside it before it goes on as the simulated host does.
-class ReentrantHost : public hbbtv_sim::SimulatedHost {
+class ReentrantHost : public hbbtv_test::HookedHost {
 public:
-    enum Callback { Request, Loading, Died, AnyAppRunning, Audio, Subtitles, kCallbacks };
-
-    void HBBTV_ServiceRequestHandler(void* payload, void* answer) override
-    {
-        reenter(Request);
-        SimulatedHost::HBBTV_ServiceRequestHandler(payload, answer);
-    }
-    void HBBTV_LoadingNotification(int progress, const char* url) override
-    {
-        reenter(Loading);
-        SimulatedHost::HBBTV_LoadingNotification(progress, url);
-    }
-    void HBBTV_BrowserDiedNotification() override
-    {
-        // As a television does: the browser is restarted before it is bound again.
-        if (restartBrowser) {
-            restartBrowser();
-        }
-        reenter(Died);
-        SimulatedHost::HBBTV_BrowserDiedNotification();
-    }
-    void HBBTV_ReportIsAnyAppRunning(bool running) override
-    {
-        reenter(AnyAppRunning);
-        SimulatedHost::HBBTV_ReportIsAnyAppRunning(running);
-    }
-    void HBBTV_NotifyMultimediaAudioComponentDataChanged(const std::vector<HbbtvMultimediaComponentData>& components,
-                                                         int value) override
-    {
-        reenter(Audio);
-        SimulatedHost::HBBTV_NotifyMultimediaAudioComponentDataChanged(components, value);
-    }
-    void HBBTV_NotifyMultimediaSubtitleComponentDataChanged(
-        const std::vector<HbbtvMultimediaComponentData>& components, int value) override
-    {
-        reenter(Subtitles);
-        SimulatedHost::HBBTV_NotifyMultimediaSubtitleComponentDataChanged(components, value);
-    }
-
     ZR_HBBTV_Core::ZR_HbbtvImplInterface* wrapper = nullptr;
     std::function<void()> restartBrowser;
     std::atomic<bool> done[kCallbacks] = {};
 
 private:
-    void reenter(Callback callback)
+    void before(Callback callback) override
     {
-        if (!m_started[callback].exchange(true)) {
+        // As a television does: the browser is restarted before it is bound again.
+        if (callback == Died && restartBrowser) {
+            restartBrowser();
+        }
+        if (callback != Command && callback != HeartBeat && !m_started[callback].exchange(true)) {
             callEveryOperation(wrapper);
             done[callback] = true;
         }
