@@ -180,13 +180,7 @@ TEST(ClassAllocationDeathTest, ArraysAndRefusedAllocationsAbort)
 #if UINTPTR_MAX > 0xFFFFFFFFu
 TEST(WireAddressDeathTest, PointerAboveFourGigabytesAborts)
 {
-    EXPECT_DEATH(
-        {
-            fflush(stdout);
-            dup2(STDERR_FILENO, STDOUT_FILENO);
-            toWireAddress(reinterpret_cast<void*>(uintptr_t(1) << 40));
-        },
-        "ASSERT FAIL: \\./backendglue/HbbtvBackendGlue\\.DataType\\.cpp "
-        "uint32_t ZR_HBBTV_Core::toWireAddress\\(const void\\*\\)");
+    hbbtv_test::expectAssertFail([] { toWireAddress(reinterpret_cast<void*>(uintptr_t(1) << 40)); }, kDataTypeFile,
+                                 "uint32_t ZR_HBBTV_Core::toWireAddress(const void*)", 65);
 }
 #endif
