@@ -15,11 +15,8 @@
 #include "support/Television.h"
 
 using hbbtv_test::Television;
-using std::chrono::milliseconds;
 
 namespace {
-
-const milliseconds kWait(5000);
 
 double secondsSince(std::chrono::steady_clock::time_point start)
 {
