@@ -75,20 +75,19 @@ TEST(AppManager, AitBecomesOneDescriptionPerApplicationAndTransport)
     EXPECT_EQ(42, record.newAITs[0].count);
     const std::vector<NCOR::AITApplicationDescriptorData>& descriptions = record.newAITs[0].applications;
     ASSERT_EQ(3u, descriptions.size());
-    EXPECT_EQ("http://a.example/index.html", descriptions[0].getUrl());
-    EXPECT_EQ("dvb://1.2.3.4/index.html", descriptions[1].getUrl());
-    EXPECT_EQ("http://b.example/x.html", descriptions[2].getUrl());
-    EXPECT_EQ(0x11u, descriptions[2].getOrgId());
-    EXPECT_EQ(1u, descriptions[1].getProtocolId());
-    EXPECT_EQ(0x10u, descriptions[0].getOrgId());
-    EXPECT_EQ(7, descriptions[0].getAppId());
-    EXPECT_EQ(1u, descriptions[0].getControlCode());
-    EXPECT_EQ(3, descriptions[0].getVisibility());
-    EXPECT_EQ(5, descriptions[0].getPriority());
-    EXPECT_EQ(0u, descriptions[0].getProfile());
-    EXPECT_EQ(0x10201u, descriptions[0].getVersion());
-    EXPECT_EQ(1, descriptions[0].getServiceBound());
-    EXPECT_EQ(std::vector<std::string>{"http://a.example/"}, descriptions[0].getBoundaries());
+    // Each one's address, organisation, application and protocol; the first one's other fields.
+    std::vector<std::tuple<std::string, uint32_t, int, uint32_t>> keys;
+    for (const NCOR::AITApplicationDescriptorData& d : descriptions) {
+        keys.emplace_back(d.getUrl(), d.getOrgId(), d.getAppId(), d.getProtocolId());
+    }
+    EXPECT_EQ((decltype(keys){{"http://a.example/index.html", 0x10, 7, 3}, {"dvb://1.2.3.4/index.html", 0x10, 7, 1},
+                              {"http://b.example/x.html", 0x11, 8, 3}}),
+              keys);
+    const NCOR::AITApplicationDescriptorData& d = descriptions[0];
+    EXPECT_EQ((std::vector<uint32_t>{1, 3, 5, 0, 0x10201, 1}),
+              (std::vector<uint32_t>{d.getControlCode(), d.getVisibility(), d.getPriority(), d.getProfile(),
+                                     d.getVersion(), d.getServiceBound()}));
+    EXPECT_EQ(std::vector<std::string>{"http://a.example/"}, d.getBoundaries());
 
     // Called directly, the translation ignores its first argument: the same records, in order.
     std::vector<NCOR::AITApplicationDescriptorData*> direct
