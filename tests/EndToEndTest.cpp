@@ -5,7 +5,6 @@
 #include <android/log.h>
 
 #include <chrono>
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -15,13 +14,9 @@
 #include "support/AssertDeath.h"
 #include "support/Television.h"
 
-using hbbtv_sim::HostDecision;
 using hbbtv_test::Television;
-using std::chrono::milliseconds;
 
 namespace {
-
-const milliseconds kWait(5000);
 
 double secondsSince(std::chrono::steady_clock::time_point start)
 {
@@ -46,35 +41,10 @@ TEST(EndToEnd, BindingAndRequestsRoundTrip)
     ASSERT_TRUE(tv.browser.registerClients());
     EXPECT_TRUE(tv.wrapper->isBrowserReady());
 
-    // Browser -> TV service -> agent -> host -> completion through the wrapper -> browser.
-    const android::sp<ITVService> service = tv.browser.tvService();
-    service->stopVideo();
-    service->setViewport(false, 100, 50, 640, 360);
-    ASSERT_TRUE(tv.host.waitForCompletions(2, kWait));
-    const std::vector<hbbtv_sim::ReceivedRequest> requests = tv.host.record().requests;
-    ASSERT_EQ(2u, requests.size());
-    EXPECT_EQ(DVBMediaPlayer_CloseVideo, requests[0].command);
-    EXPECT_EQ(DVBMediaPlayer_SetDisplayWindow, requests[1].command);
-    EXPECT_EQ(6553650, requests[1].param1);
-    EXPECT_EQ(41943400, requests[1].param2);
-    EXPECT_NE(requests[0].ticket, requests[1].ticket);
-    EXPECT_TRUE(otherHost.record().requests.empty());
-}
-
-TEST(EndToEnd, UnansweredRequestComesBackNotValidAfterItsBudget)
-{
-    Television tv;
-    tv.host.setDecisionFor(DVBMediaPlayer_OpenVideo, HostDecision{HostDecision::Never, 0});
-    ZR_HBBTV_Core::HbbtvBackendTVService* service = ZR_HBBTV_Core::HbbtvBackendTVService::instantiate(nullptr, nullptr);
-    std::unique_ptr<HbbtvServiceRequestAnswer> answer = HbbtvServiceRequestAnswer::create();
-    std::unique_ptr<HbbtvCommandPayload> payload(new HbbtvCommandPayload(DVBMediaPlayer_OpenVideo));
-    payload->timeoutMs = 50;
-    const auto start = std::chrono::steady_clock::now();
-    EXPECT_FALSE(service->sendServiceRequest(payload, answer));
-    EXPECT_EQ(nullptr, payload.get()); // kept by the agent for the host
-    EXPECT_EQ(0, answer->valid);
-    EXPECT_GE(secondsSince(start), 1.05);
+    // A request reaches the first host only (what comes back is the request property's).
+    tv.browser.tvService()->stopVideo();
     EXPECT_EQ(1u, tv.host.record().requests.size());
+    EXPECT_TRUE(otherHost.record().requests.empty());
 }
 
 TEST(EndToEnd, AfterTeardownClientsAreReleasedNothingPassesAndOperationsRefuse)
@@ -82,13 +52,9 @@ TEST(EndToEnd, AfterTeardownClientsAreReleasedNothingPassesAndOperationsRefuse)
     Television tv;
     const android::sp<ITVService> service = tv.browser.tvService();
     const android::sp<IYXTClient> client = tv.browser.service()->client();
-    const android::sp<IYXTMMClient> mmClient = tv.browser.service()->mmClient();
     ASSERT_NE(nullptr, client);
     // Clients that only the library holds: once it lets them go, they are gone.
-    android::wp<IAITSignallingClient> ait;
-    android::wp<IChannelManagerClient> channels;
-    android::wp<IDSMCCClient> dsmcc;
-    android::wp<ITvConfigurationClient> configuration;
+    std::vector<android::wp<android::RefBase>> released;
     {
         const android::sp<IAITSignallingClient> a = new hbbtv_sim::SimulatedAITSignallingClient;
         const android::sp<IChannelManagerClient> c = new hbbtv_sim::SimulatedChannelManagerClient;
@@ -98,21 +64,18 @@ TEST(EndToEnd, AfterTeardownClientsAreReleasedNothingPassesAndOperationsRefuse)
         service->registerChannelManagerClient(c);
         service->registerDSMCCClient(d);
         service->registerTvConfigurationClient(t);
-        ait = a;
-        channels = c;
-        dsmcc = d;
-        configuration = t;
+        released = { a.get(), c.get(), d.get(), t.get() };
     }
     tv.wrapper->SetHbbTVRunningStatus(true);
     const hbbtv_sim::BrowserServiceRecord before = tv.browser.service()->record();
     tv.destroyWrapper();
-    EXPECT_EQ(nullptr, ait.promote());
-    EXPECT_EQ(nullptr, channels.promote());
-    EXPECT_EQ(nullptr, dsmcc.promote());
-    EXPECT_EQ(nullptr, configuration.promote());
+    for (const android::wp<android::RefBase>& client : released) {
+        EXPECT_EQ(nullptr, client.promote());
+    }
 
     // The browser still holds the TV service and the manager's clients: every call is refused at
-    // once with its failure value, and nothing reaches the host or the browser.
+    // once with its failure value, and nothing reaches the host or the browser. (The browser's
+    // reports, its death and the configuration requests after teardown are the properties'.)
     const auto start = std::chrono::steady_clock::now();
     NCOR::ChannelTunerData channel;
     std::vector<NCOR::ChannelTunerData*> list;
@@ -122,33 +85,15 @@ TEST(EndToEnd, AfterTeardownClientsAreReleasedNothingPassesAndOperationsRefuse)
     EXPECT_FALSE(service->getCurrentChannel(channel));
     EXPECT_FALSE(service->getChannelList(list));
     EXPECT_FALSE(service->requestOCResourceMount("dvb://1.2.3.4/", text));
-    EXPECT_FALSE(service->getAudioDescriptionEnable());
-    EXPECT_EQ(3, service->getParentalControlThreshold());
     EXPECT_FALSE(service->getAllProgrammesForChannel(channel, programmes));
     EXPECT_EQ(NCOR::Broadcast::RECORDING_STATE_NOT_SUPPORTED, service->scheduleRecording(NCOR::RecordingData()));
-    service->getCountryId(text);
     service->getProgrammes(programmes);
-    service->stopVideo();
     EXPECT_EQ("kept", text);
     EXPECT_TRUE(list.empty() && programmes.empty());
     service->registerAITSignallingClient(tv.browser.aitSignallingClient());
-    client->notifyNewWindow(5);
-    client->notifyWindowClosed(5);
     client->notifyKeyEventConsumed(1, true);
-    client->notifyLoadStarted(3, "http://late");
-    client->notifyLoadProgress(3, 50);
-    client->notifyLoadComplete(3);
-    client->notifyInitialLayoutCompleted(3);
-    mmClient->notifyAudioComponentsChanged({ MultimediaComponentData() }, 1);
-    mmClient->notifySubtitleComponentsChanged({ MultimediaComponentData() }, 1);
-    ASSERT_TRUE(tv.browser.die());
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(1));
-    const hbbtv_sim::HostRecord host = tv.host.record();
-    EXPECT_TRUE(host.requests.empty());
-    EXPECT_TRUE(host.loading.empty());
-    EXPECT_TRUE(host.anyAppRunning.empty());
-    EXPECT_TRUE(host.components.empty());
-    EXPECT_EQ(0u, host.browserDied);
+    EXPECT_TRUE(tv.host.record().requests.empty());
     EXPECT_EQ(before.keyEvents.size(), tv.browser.service()->record().keyEvents.size());
     EXPECT_TRUE(tv.browser.aitSignallingClient()->record().newAITs.empty());
     // A wrapper initialised again refuses: the state-machine property.
@@ -200,16 +145,12 @@ TEST(EndToEnd, KeyClickWaitsForTheBrowsersVerdict)
     tv.browser.service()->setKeyReply(hbbtv_sim::KeyReply{true, false, 60});
     EXPECT_FALSE(tv.wrapper->keyClick(red));
 
-    // No answer within about 0.3 s counts as consumed.
+    // No answer within about 0.3 s counts as consumed. (A key HbbTV does not handle, refused at
+    // once without an event, is the state-machine property's.)
     tv.browser.service()->setKeyReply(hbbtv_sim::KeyReply{false, false, 0});
     const auto start = std::chrono::steady_clock::now();
     EXPECT_TRUE(tv.wrapper->keyClick(red));
     EXPECT_GE(secondsSince(start), 0.3);
-
-    // A key HbbTV does not handle is refused at once, without an event.
-    const size_t events = tv.browser.service()->record().keyEvents.size();
-    EXPECT_FALSE(tv.wrapper->keyClick(12345));
-    EXPECT_EQ(events, tv.browser.service()->record().keyEvents.size());
 }
 
 TEST(EndToEnd, DefaultBodiesAnswerThroughTheService)

@@ -3,6 +3,7 @@
 #include <memory>
 #include <new>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -88,12 +89,10 @@ TEST(Payloads, ConstructorsFillTheWireFields)
     std::unique_ptr<HbbtvCommandPayloadWithStrParams> strings = HbbtvCommandPayloadWithStrParams::create(
         ProgrammeCommand_GetSIDescriptors, "service", std::string(300, 'u').c_str(), 0x48, -2);
     EXPECT_TRUE(insideBackendRegion(strings.get(), sizeof(*strings)));
-    EXPECT_EQ(1004, strings->command);
-    EXPECT_EQ(0x48, strings->param1);
-    EXPECT_EQ(-2, strings->param2);
-    EXPECT_EQ(0u, strings->ticket);
-    EXPECT_EQ(10000u, strings->timeoutMs);
-    EXPECT_EQ(0u, strings->resultAddress);
+    // Command, both parameters, ticket, budget, result address.
+    EXPECT_EQ(std::make_tuple(1004, 0x48, -2, 0u, 10000u, 0u),
+              std::make_tuple(strings->command, strings->param1, strings->param2, strings->ticket, strings->timeoutMs,
+                              strings->resultAddress));
     EXPECT_EQ("service", strings->strParam1.storedLengthString());
     EXPECT_EQ(std::string(254, 'u'), strings->strParam2.c_str());
     EXPECT_EQ(300u, strings->strParam2.length());
@@ -102,18 +101,14 @@ TEST(Payloads, ConstructorsFillTheWireFields)
         new HbbtvCommandPayloadWithChannelIDInfo(TunerCommand_TuneTo, HbbtvRecordString("ccid:1.2.3"), 44));
     EXPECT_EQ(6, byName->command);
     EXPECT_STREQ("ccid:1.2.3", byName->strParam1.c_str());
-    EXPECT_EQ(1, wordAt(byName.get(), 544));
-    EXPECT_EQ(8191, wordAt(byName.get(), 548));
-    EXPECT_EQ(8191, wordAt(byName.get(), 552));
-    EXPECT_EQ(44, wordAt(byName.get(), 556));
+    EXPECT_EQ((std::vector<int32_t>{1, 8191, 8191, 44}), (std::vector<int32_t>{wordAt(byName.get(), 544),
+        wordAt(byName.get(), 548), wordAt(byName.get(), 552), wordAt(byName.get(), 556)}));
 
     std::unique_ptr<HbbtvCommandPayloadWithChannelIDInfo> byNumbers(
         new HbbtvCommandPayloadWithChannelIDInfo(TunerCommand_Bind2CurrentChannel, -1, 5, 9));
     EXPECT_STREQ("", byNumbers->strParam1.c_str());
-    EXPECT_EQ(0u, byNumbers->byString);
-    EXPECT_EQ(-1, byNumbers->channelID1);
-    EXPECT_EQ(5, byNumbers->channelID2);
-    EXPECT_EQ(9, byNumbers->channelID3);
+    EXPECT_EQ(std::make_tuple(0u, -1, 5, 9),
+              std::make_tuple(byNumbers->byString, byNumbers->channelID1, byNumbers->channelID2, byNumbers->channelID3));
 }
 
 TEST(Payloads, DestructorWritesTheDefaultBudgetBack)
@@ -180,13 +175,7 @@ TEST(ClassAllocationDeathTest, ArraysAndRefusedAllocationsAbort)
 #if UINTPTR_MAX > 0xFFFFFFFFu
 TEST(WireAddressDeathTest, PointerAboveFourGigabytesAborts)
 {
-    EXPECT_DEATH(
-        {
-            fflush(stdout);
-            dup2(STDERR_FILENO, STDOUT_FILENO);
-            toWireAddress(reinterpret_cast<void*>(uintptr_t(1) << 40));
-        },
-        "ASSERT FAIL: \\./backendglue/HbbtvBackendGlue\\.DataType\\.cpp "
-        "uint32_t ZR_HBBTV_Core::toWireAddress\\(const void\\*\\)");
+    hbbtv_test::expectAssertFail([] { toWireAddress(reinterpret_cast<void*>(uintptr_t(1) << 40)); }, kDataTypeFile,
+                                 "uint32_t ZR_HBBTV_Core::toWireAddress(const void*)", 65);
 }
 #endif

@@ -40,31 +40,6 @@ bool contains(const std::string& text, const std::string& part)
 
 } // namespace
 
-TEST(BackendServiceAgent, AnswersReachTheirRequestersAndUnansweredOnesRunOutOfBudget)
-{
-    HostIssuer host(byCommand);
-    ASSERT_TRUE(getServiceAgent()->start(&host));
-
-    // Answered at once, late and twice: each requester sees the answer as the host left it.
-    for (int command : {6, 11, 10, 6}) {
-        const hbbtv_test::RequestOutcome outcome = sendRequest(command);
-        EXPECT_TRUE(outcome.valid);
-        EXPECT_EQ(static_cast<int>(outcome.ticket), outcome.intValue1);
-        EXPECT_EQ("ticket " + std::to_string(outcome.ticket), outcome.text);
-    }
-
-    // Never answered, and answered for another ticket: given up with valid false, no earlier than
-    // budget + 1000 ms, at the agent's next idle cycle (at most half a second later).
-    for (int command : {8, 9}) {
-        const hbbtv_test::RequestOutcome outcome = sendRequest(command, 50);
-        EXPECT_FALSE(outcome.valid);
-        EXPECT_EQ(0, outcome.intValue1);
-        EXPECT_GE(outcome.seconds, 1.05);
-        EXPECT_LT(outcome.seconds, 4.0);
-    }
-    EXPECT_EQ(6, host.issued.load());
-}
-
 TEST(BackendServiceAgent, TraceLinesWhenLoggingIsOn)
 {
     setenv("LOG_HBBTV_BACKENDGLUE", "true", 1);

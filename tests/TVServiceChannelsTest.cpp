@@ -231,42 +231,6 @@ TEST_F(TVServiceChannels, HostileLineupIsReadOnlyWithinThePool)
     }
 }
 
-TEST_F(TVServiceChannels, UnansweredChannelRequestsGiveTheirFailureValues)
-{
-    neverAnswer(TunerCommand_TuneTo);
-    neverAnswer(TunerCommand_Bind2CurrentChannel);
-    neverAnswer(TunerCommand_GetCurrentChannelInfo);
-    neverAnswer(TunerCommand_RequestChannelsLineup);
-
-    NCOR::Broadcast::PlayStateError tuned = NCOR::Broadcast::PLAY_ERROR_UNDEFINED;
-    NCOR::Broadcast::PlayStateError bound = NCOR::Broadcast::PLAY_ERROR_UNDEFINED;
-    bool gotCurrent = true;
-    bool gotList = true;
-    NCOR::ChannelTunerData current = channel(1, 2, 3);
-    current.setName("kept");
-    NCOR::ChannelTunerData listed;
-    std::vector<NCOR::ChannelTunerData*> channels = { &listed };
-
-    std::vector<std::thread> calls;
-    calls.emplace_back([&] { tuned = service().tune(channel(1, 2, 3)); });
-    calls.emplace_back([&] { bound = service().bindToCurrentChannel(channel(1, 2, 3)); });
-    calls.emplace_back([&] { gotCurrent = service().getCurrentChannel(current); });
-    calls.emplace_back([&] { gotList = service().getChannelList(channels); });
-    for (std::thread& call : calls) {
-        call.join();
-    }
-
-    EXPECT_EQ(0, tuned); // the answer's untouched first integer
-    EXPECT_EQ(0, bound);
-    EXPECT_FALSE(gotCurrent);
-    EXPECT_EQ("kept", current.getName());
-    EXPECT_EQ(1, current.getSid());
-    EXPECT_FALSE(gotList);
-    ASSERT_EQ(1u, channels.size());
-    EXPECT_EQ(&listed, channels[0]);
-    EXPECT_EQ(4u, requests().size());
-}
-
 TEST_F(TVServiceChannels, ConstantAnswers)
 {
     service().suspendBroadcastService();
@@ -280,16 +244,45 @@ TEST_F(TVServiceChannels, ConstantAnswers)
     EXPECT_TRUE(service().canSupportChannelType(NCOR::Broadcast::ID_ATSC_T));
 }
 
-TEST_F(TVServiceChannels, TranslatorsMapIdentifierTypesAndTunerStates)
+TEST_F(TVServiceChannels, IdentifierTypesAndTunerStatesMapInFullAndOtherTypesAreAnalogue)
 {
-    // An unknown type is analogue, silently here, with a complaint in the record's translation.
+    // Host identifier types 0 to 13, then 14 and 0xFFFF, which no table holds (read as numbers,
+    // never as enumeration values), and the browser's types they become, as numbers; the same
+    // wherever the host writes the type.
+    const uint32_t hostType[] = { 0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 0xFFFF };
+    const int browserType[] = { 0, 10, 11, 12, 13, 14, 15, 16, 20, 21, 22, 30, 40, 41, 0, 0 };
+    std::vector<std::pair<HbbtvChannelListEntry, std::string>> lineup;
+    for (uint32_t type : hostType) {
+        lineup.push_back({ HbbtvChannelListEntry { 5, 6, 7, 0, static_cast<uint16_t>(type), 0, 0, 0, 0, 0 }, "c" });
+    }
+    answerLineup(16, lineup);
+    std::vector<NCOR::ChannelTunerData*> channels;
+    ASSERT_TRUE(service().getChannelList(channels));
+    ASSERT_EQ(16u, channels.size());
+    for (size_t i = 0; i < 16; ++i) {
+        HostChannelInfo info {};
+        info.idType = hostType[i];
+        EXPECT_EQ(browserType[i], TranslateChannelData::hostIDType(hostType[i])) << hostType[i];
+        stdoutOf([&] { EXPECT_EQ(browserType[i], service().transformHbbtvChannelInfo2ChannelTunerData(info).getIdType()); });
+        EXPECT_EQ(browserType[i], channels[i]->getIdType()) << "lineup " << hostType[i];
+        delete channels[i];
+    }
+    answer(TunerCommand_GetCurrentChannelInfo, [](const HbbtvCommandPayload&, HbbtvServiceRequestAnswer& answer) {
+        HostChannelInfo& info = static_cast<HbbtvServiceRequestChannelInfoAnswer&>(answer).channelInfo;
+        info = HostChannelInfo { 1, 2, 3, 4, 0, 0, 0, 0xFFFFFFFFu, 0, 0, {}, "x" };
+        answer.valid = 1;
+    });
+    NCOR::ChannelTunerData current;
+    ASSERT_TRUE(service().getCurrentChannel(current));
+    EXPECT_EQ("ccid:analog:tv:2.-1.1:4:x authorised index 0 list 0", summary(current));
+
+    // An unknown type is analogue silently here, with a complaint in the record's translation.
     std::string output = stdoutOf([] {
         EXPECT_EQ(NCOR::Broadcast::ID_ANALOG,
             TranslateChannelData::HbbtvIDType2InteralIDType(
                 static_cast<HbbtvServiceRequestChannelInfoAnswer::HbbtvIDType>(14)));
     });
     EXPECT_EQ("", output);
-
     const HostChannelInfo info { 10, 20, 30, 40, 0, 0, 1, 14, 1, 1, {}, "Locked" };
     NCOR::ChannelTunerData translated;
     output = stdoutOf([&] { translated = service().transformHbbtvChannelInfo2ChannelTunerData(info); });
@@ -300,10 +293,11 @@ TEST_F(TVServiceChannels, TranslatorsMapIdentifierTypesAndTunerStates)
               "\e[0;32;31m[ERR][HbbTV-???]Undefine HbbtvIDType Type\e[0m\n",
         output);
 
-    EXPECT_EQ(NCOR::Broadcast::PLAY_ERROR_CANNOT_CHANGE_CHANNEL,
-        service().transformHbbtvTunerState2PlayStateError(HbbtvTunerState_CannotChangeChannel));
-    EXPECT_EQ(
-        NCOR::Broadcast::PLAY_ERROR_NONE, service().transformHbbtvTunerState2PlayStateError(HbbtvTunerState_Tuned));
+    const std::pair<int, int> states[] = { { 1, 1 }, { 12, 10 }, { 101, 101 } };
+    for (const std::pair<int, int>& state : states) {
+        EXPECT_EQ(state.second,
+            service().transformHbbtvTunerState2PlayStateError(static_cast<HbbtvTunerState>(state.first)));
+    }
     output = stdoutOf([&] {
         EXPECT_EQ(NCOR::Broadcast::PLAY_ERROR_UNDEFINED,
             service().transformHbbtvTunerState2PlayStateError(static_cast<HbbtvTunerState>(0)));
@@ -353,59 +347,3 @@ TEST_F(TVServiceChannels, OwnedChannelCopyLivesUntilDestroyed)
         "HbbtvBackendTVService:355: .*GetChannelTunerDataInstance\\(\\): Assertion `m_ChannelTunerDataObj' failed");
 }
 
-TEST_F(TVServiceChannels, IdentifierTypesOutsideTheTableAreAnalogueWhereverTheHostWritesThem)
-{
-    // Words no enumeration holds: read as numbers, never as enumeration values.
-    answer(TunerCommand_GetCurrentChannelInfo, [](const HbbtvCommandPayload&, HbbtvServiceRequestAnswer& answer) {
-        HostChannelInfo& info = static_cast<HbbtvServiceRequestChannelInfoAnswer&>(answer).channelInfo;
-        info = HostChannelInfo { 1, 2, 3, 4, 0, 0, 0, 0xFFFFFFFFu, 0, 0, {}, "x" };
-        answer.valid = 1;
-    });
-    answerLineup(2, { { HbbtvChannelListEntry { 5, 6, 7, 0, 0xFFFF, 0, 0, 0, 0, 0 }, "y" },
-                        { HbbtvChannelListEntry { 5, 6, 7, 0, 14, 0, 0, 0, 0, 0 }, "z" } });
-
-    NCOR::ChannelTunerData current;
-    ASSERT_TRUE(service().getCurrentChannel(current));
-    EXPECT_EQ("ccid:analog:tv:2.-1.1:4:x authorised index 0 list 0", summary(current));
-    std::vector<NCOR::ChannelTunerData*> channels;
-    ASSERT_TRUE(service().getChannelList(channels));
-    ASSERT_EQ(2u, channels.size());
-    EXPECT_EQ(NCOR::Broadcast::ID_ANALOG, channels[0]->getIdType());
-    EXPECT_EQ(NCOR::Broadcast::ID_ANALOG, channels[1]->getIdType());
-    for (NCOR::ChannelTunerData* c : channels) {
-        delete c;
-    }
-    EXPECT_EQ(NCOR::Broadcast::ID_ANALOG, TranslateChannelData::hostIDType(0xFFFFFFFFu));
-    EXPECT_EQ(NCOR::Broadcast::ID_IPTV_URI, TranslateChannelData::hostIDType(13));
-}
-
-TEST_F(TVServiceChannels, KnownIdentifierTypesAndTunerStatesMapInFull)
-{
-    // Host identifier types 0 to 13 and the browser's channel identifier types, as numbers.
-    const int browserType[] = { 0, 10, 11, 12, 13, 14, 15, 16, 20, 21, 22, 30, 40, 41 };
-    std::vector<std::pair<HbbtvChannelListEntry, std::string>> lineup;
-    for (uint16_t host = 0; host < 14; ++host) {
-        lineup.push_back({ HbbtvChannelListEntry { host, 1, 1, 0, host, 0, 0, 0, 0, 0 }, "c" });
-    }
-    answerLineup(14, lineup);
-    std::vector<NCOR::ChannelTunerData*> channels;
-    ASSERT_TRUE(service().getChannelList(channels));
-    ASSERT_EQ(14u, channels.size());
-    for (uint32_t host = 0; host < 14; ++host) {
-        EXPECT_EQ(browserType[host],
-            TranslateChannelData::HbbtvIDType2InteralIDType(
-                static_cast<HbbtvServiceRequestChannelInfoAnswer::HbbtvIDType>(host)))
-            << host;
-        HostChannelInfo info {};
-        info.idType = host;
-        EXPECT_EQ(browserType[host], service().transformHbbtvChannelInfo2ChannelTunerData(info).getIdType()) << host;
-        EXPECT_EQ(browserType[host], channels[host]->getIdType()) << "lineup " << host;
-        delete channels[host];
-    }
-
-    const std::pair<int, int> states[] = { { 1, 1 }, { 12, 10 }, { 101, 101 } };
-    for (const std::pair<int, int>& state : states) {
-        EXPECT_EQ(state.second,
-            service().transformHbbtvTunerState2PlayStateError(static_cast<HbbtvTunerState>(state.first)));
-    }
-}

@@ -1,6 +1,4 @@
 // Programmes and SI descriptors through the TV service, against the simulated host.
-#include <thread>
-
 #include <gtest/gtest.h>
 
 #include "HbbtvBackendGlue.MemoryPool.h"
@@ -152,31 +150,3 @@ TEST_F(TVServiceProgrammes, SIDescriptorsArePassedOnInOrder)
     EXPECT_EQ(std::string(254, 'p'), requests().at(0).strParam1);
 }
 
-TEST_F(TVServiceProgrammes, UnansweredProgrammeRequestsLeaveTheOutputAlone)
-{
-    neverAnswer(ProgrammeCommand_GetProgrammeInfo);
-    neverAnswer(ProgrammeCommand_GetAllProgrammeInfo);
-    neverAnswer(ProgrammeCommand_GetSIDescriptors);
-
-    NCOR::ProgrammeData stale;
-    std::vector<NCOR::ProgrammeData*> present = { &stale };
-    std::vector<NCOR::ProgrammeData*> schedule = { &stale };
-    std::vector<std::vector<unsigned char>> descriptors = { { 7 } };
-    bool answered = true;
-
-    std::vector<std::thread> calls;
-    calls.emplace_back([&] { service().getProgrammes(present); });
-    calls.emplace_back([&] { answered = service().getAllProgrammesForChannel(NCOR::ChannelTunerData(), schedule); });
-    calls.emplace_back([&] {
-        service().getSIDescriptors("p", NCOR::EIT::DESCRIPTOR_CONTENT, NCOR::EIT::EXTENSION_IMAGE_ICON, descriptors);
-    });
-    for (std::thread& call : calls) {
-        call.join();
-    }
-
-    EXPECT_TRUE(present.empty());
-    EXPECT_FALSE(answered);
-    EXPECT_EQ(std::vector<NCOR::ProgrammeData*> { &stale }, schedule);
-    EXPECT_EQ(std::vector<std::vector<unsigned char>> { { 7 } }, descriptors);
-    EXPECT_EQ(4u, requests().size());
-}

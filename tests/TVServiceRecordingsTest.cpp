@@ -27,42 +27,33 @@ protected:
 
 } // namespace
 
-// What each operation sends is in the requests table; here, what it makes of the host's answer.
-TEST_F(TVServiceRecordings, AValidAnswerGivesTheHostsValue)
+// What each operation sends is in the requests table; here, what it makes of the host's answer:
+// the host's value when the answer is valid, otherwise the interface's defaults.
+TEST_F(TVServiceRecordings, AValidAnswerGivesTheHostsValueOtherwiseTheDefaultsHold)
 {
-    answerAll(true, 1);
+    using namespace NCOR::Broadcast;
     const NCOR::RecordingData recording;
+    for (const bool valid : { true, false }) {
+        answerAll(valid, 1);
+        host().clearRecord();
+        const RecordingState recorded = valid ? RECORDING_STATE_STARTED : RECORDING_STATE_NOT_SUPPORTED;
+        EXPECT_EQ(valid, service().canScheduleRecordings());
+        EXPECT_EQ(recorded, service().scheduleRecording(recording));
+        EXPECT_EQ(recorded, service().startRecording(recording));
+        EXPECT_EQ(recorded, service().stopRecording(recording));
+        EXPECT_EQ(valid, service().reminderSupported());
+        EXPECT_EQ(valid, service().canScheduleReminders());
+        EXPECT_EQ(valid ? REMINDER_STATE_TRIGGERED : REMINDER_STATE_NOT_SUPPORTED,
+            service().scheduleReminder(NCOR::ReminderData()));
+        EXPECT_EQ(7u, requests().size());
+    }
+    // Lists are not read back, even from a valid answer: it has no room for them.
+    answerAll(true, 1);
     std::vector<NCOR::RecordingData*> recordings;
     std::vector<NCOR::ScheduledRecordingData*> scheduledRecordings;
     std::vector<NCOR::ScheduledReminderData*> reminders;
-    EXPECT_TRUE(service().canScheduleRecordings());
-    EXPECT_EQ(NCOR::Broadcast::RECORDING_STATE_STARTED, service().scheduleRecording(recording));
-    EXPECT_EQ(NCOR::Broadcast::RECORDING_STATE_STARTED, service().startRecording(recording));
-    EXPECT_EQ(NCOR::Broadcast::RECORDING_STATE_STARTED, service().stopRecording(recording));
-    EXPECT_TRUE(service().reminderSupported());
-    EXPECT_TRUE(service().canScheduleReminders());
-    EXPECT_EQ(NCOR::Broadcast::REMINDER_STATE_TRIGGERED, service().scheduleReminder(NCOR::ReminderData()));
-    // Lists are not read back: the answer has no room for them.
     service().getRecordings(recordings);
     service().getScheduledRecordings(scheduledRecordings);
     service().getScheduledReminders(reminders);
     EXPECT_TRUE(recordings.empty() && scheduledRecordings.empty() && reminders.empty());
-}
-
-TEST_F(TVServiceRecordings, WithoutAValidAnswerTheInterfaceDefaultsHold)
-{
-    answerAll(false, 1);
-    const NCOR::RecordingData recording;
-    EXPECT_FALSE(service().canScheduleRecordings());
-    EXPECT_EQ(NCOR::Broadcast::RECORDING_STATE_NOT_SUPPORTED, service().scheduleRecording(recording));
-    EXPECT_EQ(NCOR::Broadcast::RECORDING_STATE_NOT_SUPPORTED, service().startRecording(recording));
-    EXPECT_EQ(NCOR::Broadcast::RECORDING_STATE_NOT_SUPPORTED, service().stopRecording(recording));
-    EXPECT_FALSE(service().reminderSupported());
-    EXPECT_FALSE(service().canScheduleReminders());
-    EXPECT_EQ(NCOR::Broadcast::REMINDER_STATE_NOT_SUPPORTED, service().scheduleReminder(NCOR::ReminderData()));
-    EXPECT_EQ(7u, requests().size());
-
-    // A host that never answers gives the same.
-    neverAnswer(PVRCommand_ScheduleRecording);
-    EXPECT_EQ(NCOR::Broadcast::RECORDING_STATE_NOT_SUPPORTED, service().scheduleRecording(recording));
 }

@@ -1,6 +1,9 @@
 // Every request the TV service sends, as the host reads it: the command's number (a literal, so
-// that a renumbered command fails here), both parameters, both texts and the budget.
+// that a renumbered command fails here), both parameters, both texts and the budget; and what
+// each operation gives back when the host never answers.
+#include <functional>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -174,4 +177,64 @@ TEST_F(TVServiceRequests, EachOperationSendsItsCommandParametersTextsAndBudget)
         EXPECT_GE(r.timeoutMs, e.budgetMs) << "request " << i;
         EXPECT_LE(r.timeoutMs, e.budgetMs + 1000) << "request " << i;
     }
+}
+
+// A request the host never answers gives the operation's failure value and leaves what the caller
+// passed in as it was. (Configuration's failure values are the request property's.)
+TEST_F(TVServiceRequests, UnansweredRequestsGiveTheirFailureValuesAndLeaveTheOutputAlone)
+{
+    for (int command : { TunerCommand_TuneTo, TunerCommand_Bind2CurrentChannel, TunerCommand_GetCurrentChannelInfo,
+             TunerCommand_RequestChannelsLineup, TunerCommand_GetAVInfo, ProgrammeCommand_GetProgrammeInfo,
+             ProgrammeCommand_GetAllProgrammeInfo, ProgrammeCommand_GetSIDescriptors, PVRCommand_ScheduleRecording }) {
+        neverAnswer(command);
+    }
+    ZR_HBBTV_Core::HbbtvBackendTVService& tv = service();
+    NCOR::Broadcast::PlayStateError tuned = NCOR::Broadcast::PLAY_ERROR_UNDEFINED;
+    NCOR::Broadcast::PlayStateError bound = NCOR::Broadcast::PLAY_ERROR_UNDEFINED;
+    NCOR::Broadcast::RecordingState scheduled = NCOR::Broadcast::RECORDING_STATE_STARTED;
+    bool gotCurrent = true, gotList = true, gotSchedule = true;
+    NCOR::ChannelTunerData current;
+    current.setName("kept");
+    NCOR::ChannelTunerData listed;
+    std::vector<NCOR::ChannelTunerData*> channels = { &listed };
+    NCOR::AVComponentData existing;
+    std::vector<NCOR::AVComponentData*> components = { &existing };
+    NCOR::ProgrammeData stale;
+    std::vector<NCOR::ProgrammeData*> present = { &stale };
+    std::vector<NCOR::ProgrammeData*> schedule = { &stale };
+    std::vector<std::vector<unsigned char>> descriptors = { { 7 } };
+
+    // At once: each runs out of its budget only at the agent's next cycle.
+    const std::function<void()> calls[] = {
+        [&] { tuned = tv.tune(NCOR::ChannelTunerData()); },
+        [&] { bound = tv.bindToCurrentChannel(NCOR::ChannelTunerData()); },
+        [&] { gotCurrent = tv.getCurrentChannel(current); },
+        [&] { gotList = tv.getChannelList(channels); },
+        [&] { tv.getAVComponents(NCOR::Broadcast::COMPONENT_TYPE_AUDIO, components); },
+        [&] { tv.getProgrammes(present); },
+        [&] { gotSchedule = tv.getAllProgrammesForChannel(NCOR::ChannelTunerData(), schedule); },
+        [&] { tv.getSIDescriptors("p", NCOR::EIT::DESCRIPTOR_CONTENT, NCOR::EIT::EXTENSION_IMAGE_ICON, descriptors); },
+        [&] { scheduled = tv.scheduleRecording(NCOR::RecordingData()); },
+    };
+    std::vector<std::thread> threads;
+    for (const std::function<void()>& call : calls) {
+        threads.emplace_back(call);
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+
+    EXPECT_EQ(0, tuned); // the answer's untouched first integer
+    EXPECT_EQ(0, bound);
+    EXPECT_FALSE(gotCurrent);
+    EXPECT_EQ("kept", current.getName());
+    EXPECT_FALSE(gotList);
+    EXPECT_EQ(std::vector<NCOR::ChannelTunerData*> { &listed }, channels);
+    EXPECT_EQ(std::vector<NCOR::AVComponentData*> { &existing }, components);
+    EXPECT_TRUE(present.empty());
+    EXPECT_FALSE(gotSchedule);
+    EXPECT_EQ(std::vector<NCOR::ProgrammeData*> { &stale }, schedule);
+    EXPECT_EQ(std::vector<std::vector<unsigned char>> { { 7 } }, descriptors);
+    EXPECT_EQ(NCOR::Broadcast::RECORDING_STATE_NOT_SUPPORTED, scheduled);
+    EXPECT_EQ(10u, requests().size()); // the present programme and the following one
 }

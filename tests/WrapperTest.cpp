@@ -5,8 +5,7 @@
 
 #include <gtest/gtest.h>
 
-#include "SimulatedHost.h"
-#include "ZR_HbbtvImplInterface.h"
+#include "support/Television.h"
 
 using ZR_HBBTV_Core::ZR_HbbtvImplInterface;
 
@@ -63,7 +62,6 @@ TEST(Wrapper, EveryOperationIsRefusedBeforeInit)
     ASSERT_NE(nullptr, wrapper);
     ZR_HBBTV_Core::AITApps apps;
     apps.count = 0;
-    HbbtvMultimediaComponentData component{"", "", 0, false, 0, 0};
 
     EXPECT_EQ(0, wrapper->toggleDigitalTeletext());
     EXPECT_FALSE(wrapper->newAITNotification(1, apps));
@@ -74,20 +72,9 @@ TEST(Wrapper, EveryOperationIsRefusedBeforeInit)
     EXPECT_FALSE(wrapper->isBrowserReady());
     EXPECT_FALSE(wrapper->isAppAlive(1));
     EXPECT_EQ(nullptr, wrapper->setupEnvVar("A", "B"));
-    // The void operations have nothing to show but must not reach anything.
-    wrapper->notifyChannelChanged(1, 2, 3);
-    wrapper->noAITNotification(0);
-    wrapper->tunerStopped(true);
-    wrapper->closeUserCreatedApps();
+    // The others have nothing to show but must not reach anything.
+    hbbtv_test::callEveryOperation(wrapper);
     wrapper->notifyHbbtvServiceRequestFinished(nullptr);
-    wrapper->notifyStreamEvent("a", "b", "c", "trigger");
-    wrapper->SetHbbTVRunningStatus(true);
-    wrapper->notifyLocaleChanged("de");
-    wrapper->killCurrentApp();
-    wrapper->notifyChannelListChanged();
-    wrapper->selectMMAudioComponent(component);
-    wrapper->forceReleaseMMResource();
-    wrapper->notifySignalLost();
     wrapper->deinit();
     wrapper->deinit(); // twice is harmless
     DestroyHbbtvWrapper(wrapper);

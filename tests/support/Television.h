@@ -1,5 +1,6 @@
-// One television for tests of the whole library: the simulated host and browser, and a wrapper
-// made through the exported factory between them, destroyed as a host destroys it.
+// One television for tests of the whole library: the simulated host (or a test's own kind of it)
+// and browser, and a wrapper made through the exported factory between them, destroyed as a host
+// destroys it.
 #ifndef HBBTV_TESTS_TELEVISION_H
 #define HBBTV_TESTS_TELEVISION_H
 
@@ -11,22 +12,24 @@
 
 namespace hbbtv_test {
 
-struct Television {
+struct TelevisionStart {
     enum Start { Unbound, BoundWithoutClients, Bound };
+};
 
-    hbbtv_sim::SimulatedHost host;
+template <typename Host> struct BasicTelevision : TelevisionStart {
+    Host host;
     hbbtv_sim::SimulatedBrowser browser;
     ZR_HBBTV_Core::ZR_HbbtvImplInterface* wrapper = CreateHbbtvWrapper();
 
     // Bound: booted, bound to the browser, and the browser has registered its clients.
-    explicit Television(Start start = Bound)
+    explicit BasicTelevision(Start start = Bound)
     {
         host.setWrapper(wrapper);
         if (start != Unbound) {
             bind(start == Bound);
         }
     }
-    ~Television() { destroyWrapper(); }
+    ~BasicTelevision() { destroyWrapper(); }
 
     void bind(bool registerClients)
     {
@@ -46,6 +49,50 @@ struct Television {
         }
     }
 };
+
+typedef BasicTelevision<hbbtv_sim::SimulatedHost> Television;
+
+// Every wrapper operation but init and deinit, with ordinary arguments (a key HbbTV does not
+// handle, a stray completion), on the wrapper or on the manager it forwards to.
+template <typename Target> void callEveryOperation(Target* wrapper)
+{
+    ZR_HBBTV_Core::AITApps apps;
+    apps.count = 0;
+    const HbbtvMultimediaComponentData component{"en", "audio", 1, false, 2, 3};
+    HbbtvCommandPayload stray(TunerCommand_GetAVInfo);
+    stray.ticket = 0x7FFFFFF0;
+    wrapper->toggleDigitalTeletext();
+    wrapper->notifyChannelChanged(1, 2, 3);
+    wrapper->newAITNotification(1, apps);
+    wrapper->noAITNotification(0);
+    wrapper->tunerStopped(false);
+    wrapper->launchBrowser();
+    wrapper->keyClick(0x1000);
+    wrapper->prepareCreateApplication();
+    wrapper->createApplication(7, "http://app.example/", "");
+    wrapper->closeUserCreatedApps();
+    wrapper->notifyBroadbandAccessAvailable(true);
+    wrapper->notifyHbbtvServiceRequestFinished(&stray);
+    wrapper->notifyStreamEvent("dvb://1.2.3", "event", "data", "trigger");
+    wrapper->setCookiesEnabledAttribute(true);
+    wrapper->sendCookiesEnabledAttribute();
+    wrapper->isBrowserReady();
+    wrapper->notifyTimezoneChanged("UTC");
+    wrapper->notifyLocaleChanged("en");
+    wrapper->notifyParentalRatingChange(1, 2, 3, 4);
+    wrapper->notifyProgrammeChanged(1, 2, 3);
+    wrapper->SetHbbTVRunningStatus(true);
+    wrapper->isAppAlive(7);
+    wrapper->setupEnvVar("A", "B");
+    wrapper->unsetEnvVar("A");
+    wrapper->killCurrentApp();
+    wrapper->notifyChannelListChanged();
+    wrapper->selectMMAudioComponent(component);
+    wrapper->selectMMSubtitleComponent(component);
+    wrapper->forceReleaseMMResource();
+    wrapper->notifySignalLost();
+    wrapper->notifyTunerPlundered();
+}
 
 } // namespace hbbtv_test
 
