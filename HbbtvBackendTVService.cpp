@@ -11,6 +11,7 @@
 #include "HbbtvBackendGlue.Util.h"
 #include "plx_scope_lock.h"
 #include "HbbtvBackendGlue.Trace.h"
+#include "ZR_HBBTV.implIPC_p.h"
 
 namespace ZR_HBBTV_Core {
 
@@ -41,20 +42,6 @@ void logNotImplemented(const char* operation, int line)
     printf("\e[0;32;32m[MSG][HbbTV-???]%s pass in\e[0m\n", operation);
     printf("\e[0;32;31m[ERR][HbbTV-Not implement]%s %s %d\e[0m\n", kSourceName, operation, line);
     printf("\e[0;32;32m[MSG][HbbTV-???]%s pass out\e[0m\n", operation);
-}
-
-IssueSrviceRequest::IssueSrviceRequest(Hbbtv_TVServer* server) : m_server(server)
-{
-    if (server == nullptr) {
-        HbbtvBackendGlue_AssertFail(
-            kSourceName, "ZR_HBBTV_Core::IssueSrviceRequest::IssueSrviceRequest(Hbbtv_TVServer*)", 29);
-    }
-}
-
-bool IssueSrviceRequest::operator()(const HbbtvCommandPayload* payload, HbbtvServiceRequestAnswer* answer)
-{
-    m_server->HBBTV_ServiceRequestHandler(const_cast<HbbtvCommandPayload*>(payload), answer);
-    return true;
 }
 
 HbbtvBackendTVService::HbbtvBackendTVService(Hbbtv_TVServer* server, HbbtvBackendClientRegister* clientRegister)

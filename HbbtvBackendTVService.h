@@ -128,16 +128,6 @@ private:
     T* m_object;
 };
 
-// The agent's one road to the host.
-class IssueSrviceRequest : public ServiceRequestIssuer {
-public:
-    explicit IssueSrviceRequest(Hbbtv_TVServer* server);
-    bool operator()(const HbbtvCommandPayload* payload, HbbtvServiceRequestAnswer* answer) override;
-
-private:
-    Hbbtv_TVServer* m_server;
-};
-
 class HbbtvBackendTVService : public BnTVService {
 public:
     // Creates, starts and publishes the single instance on the first call; later calls return it.
