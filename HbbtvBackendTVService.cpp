@@ -113,7 +113,7 @@ void HbbtvBackendTVService::teardown()
     m_recordingManagerClient.clear();
     m_tvConfigurationClient.clear();
     m_channelManagerClient.clear();
-    m_dsmccClient.clear();
+    m_dsmccClient.set(nullptr);
     m_aitSignallingClient.clear();
 }
 
@@ -202,8 +202,7 @@ bool HbbtvBackendTVService::CheckIfAITClientExisted()
 bool HbbtvBackendTVService::CheckIfDSMCCClientExisted()
 {
     printf("\e[0;32;32m[MSG][HbbTV-Connect]%s pass in <Line %d>\e[0m\n", "CheckIfDSMCCClientExisted", 1060);
-    Locker<Mutex> lock(m_clientsMutex);
-    if (m_dsmccClient == nullptr) {
+    if (dsmccClient() == nullptr) {
         printf("\e[0;32;32m[MSG][HbbTV-Connect]%s DSMCC not ready <Line %d>\e[0m\n", "CheckIfDSMCCClientExisted", 1065);
         printf("\e[0;32;32m[MSG][HbbTV-Connect]%s pass out <Line %d>\e[0m\n", "CheckIfDSMCCClientExisted", 1066);
         return false;
@@ -257,7 +256,7 @@ void HbbtvBackendTVService::registerDSMCCClient(const android::sp<IDSMCCClient>&
     {
         Locker<Mutex> lock(m_clientsMutex);
         if (!m_tornDown) {
-            m_dsmccClient = client;
+            m_dsmccClient.set(client);
         }
     }
     m_clientRegister->registerDSMCCClient(client);
@@ -273,12 +272,6 @@ void HbbtvBackendTVService::registerTvConfigurationClient(const android::sp<ITvC
         }
     }
     m_clientRegister->registerTvConfigurationClient(client);
-}
-
-android::sp<IDSMCCClient> HbbtvBackendTVService::dsmccClient()
-{
-    Locker<Mutex> lock(m_clientsMutex);
-    return m_dsmccClient;
 }
 
 android::sp<IChannelManagerClient> HbbtvBackendTVService::channelManagerClient()

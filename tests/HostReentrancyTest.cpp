@@ -189,19 +189,64 @@ TEST(HostReentrancy, CompletionsAndTeletextAreNotHeldUpByALaunchThatIsStillLooki
     EXPECT_EQ(1u, tv.browser.service()->record().clientRegistrations);
 }
 
-// Whoever holds the manager's lock (a slow browser call under it, or a host callback that toggles
-// from inside a hand-over while another thread waits for the agent) does not hold up the toggle.
-TEST(HostReentrancy, TeletextToggleTakesNoLockOfTheManager)
+namespace ZR_HBBTV_Core {
+struct TVServiceLocks {
+    static Mutex& clients() { return HbbtvBackendTVService::instantiate(nullptr, nullptr)->m_clientsMutex; }
+};
+} // namespace ZR_HBBTV_Core
+
+// Whoever holds a lock (the manager's across a slow browser call, the TV service's over its
+// clients, or a host callback that toggles from inside a hand-over while another thread waits for
+// the agent) does not hold up the toggle.
+TEST(HostReentrancy, TeletextToggleTakesNoLock)
 {
     Television tv;
     tv.browser.dsmccClient()->setTeletextAnswer(1);
+    ZR_HBBTV_Core::Mutex& clients = ZR_HBBTV_Core::TVServiceLocks::clients();
     ZR_HBBTV_Core::ZR_HbbtvImplPrivate::m_mutex.lock();
+    clients.lock();
     std::future<int> toggled = std::async(std::launch::async, [&] { return tv.wrapper->toggleDigitalTeletext(); });
     const bool done = toggled.wait_for(kWait) == std::future_status::ready;
+    clients.unlock();
     ZR_HBBTV_Core::ZR_HbbtvImplPrivate::m_mutex.unlock();
-    EXPECT_TRUE(done) << "the toggle waited for the manager's lock";
+    EXPECT_TRUE(done) << "the toggle waited for a lock";
     EXPECT_EQ(2, toggled.get()); // switched on, then reset with 0
     EXPECT_EQ((std::vector<int>{1, 0}), tv.browser.dsmccClient()->record().teletextToggles);
+}
+
+// The toggle reads the carousel client without a lock while the browser registers new ones: every
+// toggle reaches a client that is alive (AddressSanitizer, with HBBTV_DELAY_SEED widening the gap
+// between reading the client and holding it, reports one that is freed meanwhile).
+TEST(HostReentrancy, TeletextTogglesRacingNewCarouselClientsReachLiveOnes)
+{
+    struct CountedClient : hbbtv_sim::SimulatedDSMCCClient {
+        explicit CountedClient(std::atomic<int>& toggles) : toggles(toggles) {}
+        int toggleTeletext(int on) override
+        {
+            ++toggles;
+            return SimulatedDSMCCClient::toggleTeletext(on);
+        }
+        std::atomic<int>& toggles;
+    };
+    Television tv;
+    ZR_HBBTV_Core::HbbtvBackendTVService* const service = ZR_HBBTV_Core::HbbtvBackendTVService::instantiate(nullptr, nullptr);
+    std::atomic<int> reached{0};
+    std::atomic<bool> registered{false};
+    std::thread browser([&] {
+        for (int i = 0; i < 1000; ++i) {
+            service->registerDSMCCClient(new CountedClient(reached));
+        }
+        registered = true;
+    });
+    int toggles = 0;
+    int switchedOff = 0; // the answer 0 of a fresh client
+    while (!registered || toggles == 0) {
+        switchedOff += tv.wrapper->toggleDigitalTeletext() == 1;
+        ++toggles;
+    }
+    browser.join();
+    EXPECT_EQ(toggles, switchedOff);
+    EXPECT_EQ(toggles, reached + static_cast<int>(tv.browser.dsmccClient()->record().teletextToggles.size()));
 }
 
 TEST(HostReentrancy, AfterDeinitRequestsEndAtOnceAndLateCompletionsAreStillTaken)
