@@ -132,10 +132,11 @@ private:
 // A client reference that is read without any lock. An sp is not copied atomically (a copy that
 // races a replacement may take its reference on an object the replacement has just freed), so the
 // slot keeps a plain pointer and a strong reference of its own on what it points to. A reader
-// counts itself in before it loads the pointer and out once its copy holds a reference; a
-// replacement lets go of the old object only when it has seen no reader counted in after the
-// swap, so whoever loaded the old pointer already holds a reference of their own. Readers never
-// wait; a replacement waits at most for a reader's copy.
+// counts itself in before it loads the pointer and out once its copy holds a reference. A
+// replacement swaps the pointer, then waits until it sees no reader counted in before it lets go
+// of the old object: a reader that loaded the old pointer was counted in before the swap, so by
+// then it holds a reference of its own. Readers never wait; a replacement waits at most for a
+// reader's copy.
 template <typename T> class LockFreeClient {
 public:
     LockFreeClient() : m_client(nullptr), m_readers(0) {}

@@ -267,6 +267,16 @@ char** ZR_HbbtvImplPrivate::createEnvs()
 // Hbbtv_TVServer: on their way to the host. Once the manager is torn down the host may already
 // have destroyed its server, so nothing is passed on any more.
 
+void ZR_HbbtvImplPrivate::HBBTV_CommandHandler(void* command)
+{
+    const HostCall call;
+    if (call) {
+        if (trace::on()) trace::Line("callback", "HBBTV_CommandHandler");
+        m_server->HBBTV_CommandHandler(command);
+    }
+}
+
+// The agent's way to the host, through the hand-over below.
 IssueSrviceRequest::IssueSrviceRequest(Hbbtv_TVServer* server) : m_server(server)
 {
     // The line names the TV service, which makes the issuer, as it always has.
@@ -281,15 +291,6 @@ bool IssueSrviceRequest::operator()(const HbbtvCommandPayload* payload, HbbtvSer
 {
     m_server->HBBTV_ServiceRequestHandler(const_cast<HbbtvCommandPayload*>(payload), answer);
     return true;
-}
-
-void ZR_HbbtvImplPrivate::HBBTV_CommandHandler(void* command)
-{
-    const HostCall call;
-    if (call) {
-        if (trace::on()) trace::Line("callback", "HBBTV_CommandHandler");
-        m_server->HBBTV_CommandHandler(command);
-    }
 }
 
 void ZR_HbbtvImplPrivate::HBBTV_ServiceRequestHandler(void* payload, void* answer)
