@@ -231,19 +231,23 @@ TEST(HostReentrancy, TeletextTogglesRacingNewCarouselClientsReachLiveOnes)
     Television tv;
     ZR_HBBTV_Core::HbbtvBackendTVService* const service = ZR_HBBTV_Core::HbbtvBackendTVService::instantiate(nullptr, nullptr);
     std::atomic<int> reached{0};
-    std::atomic<bool> registered{false};
+    std::atomic<bool> toggling{true};
+    std::atomic<int> registered{0};
     std::thread browser([&] {
-        for (int i = 0; i < 1000; ++i) {
+        while (toggling) {
             service->registerDSMCCClient(new CountedClient(reached));
+            ++registered;
         }
-        registered = true;
     });
-    int toggles = 0;
-    int switchedOff = 0; // the answer 0 of a fresh client
-    while (!registered || toggles == 0) {
-        switchedOff += tv.wrapper->toggleDigitalTeletext() == 1;
-        ++toggles;
+    while (registered == 0) {
+        std::this_thread::yield();
     }
+    const int toggles = 500;
+    int switchedOff = 0; // the answer 0 of a fresh client
+    for (int i = 0; i < toggles; ++i) {
+        switchedOff += tv.wrapper->toggleDigitalTeletext() == 1;
+    }
+    toggling = false;
     browser.join();
     EXPECT_EQ(toggles, switchedOff);
     EXPECT_EQ(toggles, reached + static_cast<int>(tv.browser.dsmccClient()->record().teletextToggles.size()));
