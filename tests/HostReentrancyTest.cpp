@@ -229,7 +229,8 @@ TEST(HostReentrancy, TeletextTogglesRacingNewCarouselClientsReachLiveOnes)
         std::atomic<int>& toggles;
     };
     Television tv;
-    ZR_HBBTV_Core::HbbtvBackendTVService* const service = ZR_HBBTV_Core::HbbtvBackendTVService::instantiate(nullptr, nullptr);
+    ZR_HBBTV_Core::HbbtvBackendTVService* const service
+        = ZR_HBBTV_Core::HbbtvBackendTVService::instantiate(nullptr, nullptr);
     std::atomic<int> reached{0};
     std::atomic<bool> toggling{true};
     std::atomic<int> registered{0};
