@@ -54,7 +54,7 @@ GetServiceTask::GetServiceTask(HbbtvCommandPayload* command, HbbtvServiceRequest
 
 GetServiceTask::GetServiceTask(Kind kind, HbbtvCommandPayload* command, HbbtvServiceRequestAnswer* answer,
                                unsigned int ticket)
-    : m_kind(kind), m_command(command), m_answer(answer), m_ticket(ticket),
+    : m_command(command), m_answer(answer), m_ticket(ticket), m_kind(kind),
       m_deadline(BackendMessageQueue::kNoDeadline), m_givenUp(false)
 {
     if (sem_init(&m_sem, 0, 0) != 0) {

@@ -65,10 +65,10 @@ public:
 private:
     GetServiceTask(Kind kind, HbbtvCommandPayload* command, HbbtvServiceRequestAnswer* answer, unsigned int ticket);
 
-    const Kind m_kind;
     HbbtvCommandPayload* m_command;
     HbbtvServiceRequestAnswer* m_answer;
     unsigned int m_ticket;
+    const Kind m_kind; // beside the ticket, where the item had room for it
     double m_deadline;
     bool m_givenUp;
     sem_t m_sem;
