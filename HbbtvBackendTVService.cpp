@@ -11,6 +11,7 @@
 #include "HbbtvBackendGlue.Util.h"
 #include "plx_scope_lock.h"
 #include "HbbtvBackendGlue.Trace.h"
+#include "ZR_HBBTV.implIPC_p.h"
 
 namespace ZR_HBBTV_Core {
 
@@ -41,20 +42,6 @@ void logNotImplemented(const char* operation, int line)
     printf("\e[0;32;32m[MSG][HbbTV-???]%s pass in\e[0m\n", operation);
     printf("\e[0;32;31m[ERR][HbbTV-Not implement]%s %s %d\e[0m\n", kSourceName, operation, line);
     printf("\e[0;32;32m[MSG][HbbTV-???]%s pass out\e[0m\n", operation);
-}
-
-IssueSrviceRequest::IssueSrviceRequest(Hbbtv_TVServer* server) : m_server(server)
-{
-    if (server == nullptr) {
-        HbbtvBackendGlue_AssertFail(
-            kSourceName, "ZR_HBBTV_Core::IssueSrviceRequest::IssueSrviceRequest(Hbbtv_TVServer*)", 29);
-    }
-}
-
-bool IssueSrviceRequest::operator()(const HbbtvCommandPayload* payload, HbbtvServiceRequestAnswer* answer)
-{
-    m_server->HBBTV_ServiceRequestHandler(const_cast<HbbtvCommandPayload*>(payload), answer);
-    return true;
 }
 
 HbbtvBackendTVService::HbbtvBackendTVService(Hbbtv_TVServer* server, HbbtvBackendClientRegister* clientRegister)
@@ -126,7 +113,7 @@ void HbbtvBackendTVService::teardown()
     m_recordingManagerClient.clear();
     m_tvConfigurationClient.clear();
     m_channelManagerClient.clear();
-    m_dsmccClient.clear();
+    m_dsmccClient.set(nullptr);
     m_aitSignallingClient.clear();
 }
 
@@ -215,8 +202,7 @@ bool HbbtvBackendTVService::CheckIfAITClientExisted()
 bool HbbtvBackendTVService::CheckIfDSMCCClientExisted()
 {
     printf("\e[0;32;32m[MSG][HbbTV-Connect]%s pass in <Line %d>\e[0m\n", "CheckIfDSMCCClientExisted", 1060);
-    Locker<Mutex> lock(m_clientsMutex);
-    if (m_dsmccClient == nullptr) {
+    if (dsmccClient() == nullptr) {
         printf("\e[0;32;32m[MSG][HbbTV-Connect]%s DSMCC not ready <Line %d>\e[0m\n", "CheckIfDSMCCClientExisted", 1065);
         printf("\e[0;32;32m[MSG][HbbTV-Connect]%s pass out <Line %d>\e[0m\n", "CheckIfDSMCCClientExisted", 1066);
         return false;
@@ -270,7 +256,7 @@ void HbbtvBackendTVService::registerDSMCCClient(const android::sp<IDSMCCClient>&
     {
         Locker<Mutex> lock(m_clientsMutex);
         if (!m_tornDown) {
-            m_dsmccClient = client;
+            m_dsmccClient.set(client);
         }
     }
     m_clientRegister->registerDSMCCClient(client);
@@ -286,12 +272,6 @@ void HbbtvBackendTVService::registerTvConfigurationClient(const android::sp<ITvC
         }
     }
     m_clientRegister->registerTvConfigurationClient(client);
-}
-
-android::sp<IDSMCCClient> HbbtvBackendTVService::dsmccClient()
-{
-    Locker<Mutex> lock(m_clientsMutex);
-    return m_dsmccClient;
 }
 
 android::sp<IChannelManagerClient> HbbtvBackendTVService::channelManagerClient()

@@ -4,6 +4,7 @@
 #define HBBTV_BACKEND_TV_SERVICE_H
 
 #include <pthread.h>
+#include <sched.h>
 
 #include <atomic>
 #include <map>
@@ -128,17 +129,55 @@ private:
     T* m_object;
 };
 
-// The agent's one road to the host.
-class IssueSrviceRequest : public ServiceRequestIssuer {
+// A client reference that is read without any lock. An sp is not copied atomically (a copy that
+// races a replacement may take its reference on an object the replacement has just freed), so the
+// slot keeps a plain pointer and a strong reference of its own on what it points to. A reader
+// counts itself in before it loads the pointer and out once its copy holds a reference. A
+// replacement swaps the pointer, then waits until it sees no reader counted in before it lets go
+// of the old object: a reader that loaded the old pointer was counted in before the swap, so by
+// then it holds a reference of its own. Readers never wait; a replacement waits at most for a
+// reader's copy.
+template <typename T> class LockFreeClient {
 public:
-    explicit IssueSrviceRequest(Hbbtv_TVServer* server);
-    bool operator()(const HbbtvCommandPayload* payload, HbbtvServiceRequestAnswer* answer) override;
+    LockFreeClient() : m_client(nullptr), m_readers(0) {}
+    ~LockFreeClient() { set(nullptr); }
+    LockFreeClient(const LockFreeClient&) = delete;
+    LockFreeClient& operator=(const LockFreeClient&) = delete;
+
+    android::sp<T> get() const
+    {
+        m_readers.fetch_add(1);
+        T* const loaded = m_client.load();
+        injectDelay("lock-free-client");
+        android::sp<T> client(loaded);
+        m_readers.fetch_sub(1);
+        return client;
+    }
+
+    void set(const android::sp<T>& client)
+    {
+        T* const next = client.get();
+        if (next != nullptr) {
+            next->incStrong(this);
+        }
+        T* const old = m_client.exchange(next);
+        while (m_readers.load() != 0) {
+            sched_yield();
+        }
+        if (old != nullptr) {
+            old->decStrong(this);
+        }
+    }
 
 private:
-    Hbbtv_TVServer* m_server;
+    std::atomic<T*> m_client;
+    mutable std::atomic<unsigned int> m_readers;
 };
 
 class HbbtvBackendTVService : public BnTVService {
+    // Lets a test hold the clients' lock and see what waits for it.
+    friend struct TVServiceLocks;
+
 public:
     // Creates, starts and publishes the single instance on the first call; later calls return it.
     static HbbtvBackendTVService* instantiate(Hbbtv_TVServer* server, HbbtvBackendClientRegister* clientRegister);
@@ -165,9 +204,10 @@ public:
     bool GetHbbTVRunningStatus();
     bool CheckIfAITClientExisted();
     bool CheckIfDSMCCClientExisted();
-    // The browser's carousel client, copied under the clients' lock, which no call is ever made
-    // under: the teletext toggle reaches it here without the application manager's lock.
-    android::sp<IDSMCCClient> dsmccClient();
+    // The browser's carousel client, read without any lock: the teletext toggle reaches it here,
+    // so that no thread holding a lock (a slow browser call under the manager's, the agent's
+    // thread inside a hand-over) holds the toggle up.
+    android::sp<IDSMCCClient> dsmccClient() const { return m_dsmccClient.get(); }
     bool CheckIfCMClientExisted();
 
     // ITVService, in its slot order.
@@ -316,7 +356,8 @@ private:
     Hbbtv_TVServer* m_tvServer;
     HbbtvBackendClientRegister* m_clientRegister;
     android::sp<IAITSignallingClient> m_aitSignallingClient HBBTV_GUARDED_BY(m_clientsMutex);
-    android::sp<IDSMCCClient> m_dsmccClient HBBTV_GUARDED_BY(m_clientsMutex);
+    // Set under m_clientsMutex, like the others, so that none is set after teardown.
+    LockFreeClient<IDSMCCClient> m_dsmccClient;
     android::sp<IChannelManagerClient> m_channelManagerClient HBBTV_GUARDED_BY(m_clientsMutex);
     android::sp<ITvConfigurationClient> m_tvConfigurationClient HBBTV_GUARDED_BY(m_clientsMutex);
     android::sp<IRecordingManagerClient> m_recordingManagerClient HBBTV_GUARDED_BY(m_clientsMutex);

@@ -210,13 +210,14 @@ void ZR_HbbtvImpl::notifyBroadbandAccessAvailable(bool available)
     }
 }
 
-// Accepted after deinit too, without touching the manager: the host's completion threads may
-// still report requests that were in flight, and a given-up request's records wait for that.
+// Straight to the agent, with no lock and no manager: the host reports completions from its own
+// threads, from inside its callbacks and after deinit, and a given-up request's records are
+// released only when its completion arrives. The first init started the agent.
 void ZR_HbbtvImpl::notifyHbbtvServiceRequestFinished(HbbtvCommandPayload* payload)
 {
     if (trace::on()) trace::Line(trace::kind::host, "notifyHbbtvServiceRequestFinished").arg("ticket", payload != nullptr ? payload->ticket : 0u);
-    if (m_everInitialised.load(std::memory_order_acquire)) {
-        ZR_HbbtvImplPrivate::notifyHbbtvServiceRequestFinished(payload);
+    if (payload != nullptr && m_everInitialised.load(std::memory_order_acquire)) {
+        getServiceAgent()->response(payload->ticket);
     }
 }
 

@@ -174,9 +174,9 @@ void ZR_HbbtvImplPrivate::notifyTimezoneChanged(const char* timezone)
 
 int ZR_HbbtvImplPrivate::toggleDigitalTeletext()
 {
-    // No lock of the manager: whoever holds m_mutex across a slow browser call must not hold up
-    // the toggle, nor the agent thread when the host toggles from inside a hand-over. The TV
-    // service keeps the same client.
+    // No lock at all: whoever holds one across a slow browser call must not hold up the toggle,
+    // nor the agent thread when the host toggles from inside a hand-over. The TV service keeps the
+    // same client where it is read without a lock.
     HbbtvBackendTVService* const service = m_tvServiceUnlocked;
     if (_gotKilled || m_tornDown || service == nullptr) {
         return 2;

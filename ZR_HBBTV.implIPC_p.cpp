@@ -276,6 +276,23 @@ void ZR_HbbtvImplPrivate::HBBTV_CommandHandler(void* command)
     }
 }
 
+// The agent's way to the host, through the hand-over below.
+IssueSrviceRequest::IssueSrviceRequest(Hbbtv_TVServer* server) : m_server(server)
+{
+    // The line names the TV service, which makes the issuer, as it always has.
+    if (server == nullptr) {
+        HbbtvBackendGlue_AssertFail(
+            "HbbtvBackendTVService", "ZR_HBBTV_Core::IssueSrviceRequest::IssueSrviceRequest(Hbbtv_TVServer*)", 29);
+    }
+}
+
+// On the agent's thread, with no lock held.
+bool IssueSrviceRequest::operator()(const HbbtvCommandPayload* payload, HbbtvServiceRequestAnswer* answer)
+{
+    m_server->HBBTV_ServiceRequestHandler(const_cast<HbbtvCommandPayload*>(payload), answer);
+    return true;
+}
+
 void ZR_HbbtvImplPrivate::HBBTV_ServiceRequestHandler(void* payload, void* answer)
 {
     {
@@ -287,7 +304,9 @@ void ZR_HbbtvImplPrivate::HBBTV_ServiceRequestHandler(void* payload, void* answe
     }
     // The host is gone: the request finishes at once, its answer not valid, rather than keep its
     // requester for a whole budget.
-    notifyHbbtvServiceRequestFinished(static_cast<HbbtvCommandPayload*>(payload));
+    if (payload != nullptr) {
+        getServiceAgent()->response(static_cast<HbbtvCommandPayload*>(payload)->ticket);
+    }
 }
 
 void ZR_HbbtvImplPrivate::HBBTV_HeartBeatNotification()
@@ -399,18 +418,6 @@ void ZR_HbbtvImplPrivate::SetHbbTVRunningStatus(bool running)
     if (service != nullptr) {
         service->SetHbbTVRunningStatus(running);
     }
-}
-
-// Takes no lock and needs no manager: the host reports completions from its own threads, from
-// inside its callbacks and after deinit, and a given-up request's records are released only
-// when its completion arrives.
-void ZR_HbbtvImplPrivate::notifyHbbtvServiceRequestFinished(HbbtvCommandPayload* payload)
-{
-    BackendServiceAgent* const agent = getServiceAgent();
-    if (payload == nullptr || !agent->started()) {
-        return;
-    }
-    agent->response(payload->ticket);
 }
 
 void ZR_HbbtvImplPrivate::setCookiesEnabledAttribute(bool enabled)

@@ -17,6 +17,7 @@
 
 #include <binder/IBinder.h>
 
+#include "HbbtvBackendGlue.ServiceAgent.h"
 #include "HbbtvBackendGlue.Util.h"
 #include "IAITSignallingClient.h"
 #include "IChannelManagerClient.h"
@@ -83,6 +84,18 @@ public:
 
 private:
     const bool m_entered;
+};
+
+// The agent's way to the host: it hands each request to the server it was made over, which is the
+// manager below, whose HBBTV_ServiceRequestHandler passes it through the gate to the host. The TV
+// service makes the one issuer when it starts the agent.
+class IssueSrviceRequest : public ServiceRequestIssuer {
+public:
+    explicit IssueSrviceRequest(Hbbtv_TVServer* server);
+    bool operator()(const HbbtvCommandPayload* payload, HbbtvServiceRequestAnswer* answer) override;
+
+private:
+    Hbbtv_TVServer* m_server;
 };
 
 class DeathNotifier : public android::IBinder::DeathRecipient {
@@ -167,7 +180,6 @@ public:
 
     // Host operations.
     void SetHbbTVRunningStatus(bool running);
-    static void notifyHbbtvServiceRequestFinished(HbbtvCommandPayload* payload);
     void setCookiesEnabledAttribute(bool enabled);
     void sendCookiesEnabledAttribute();
     const char* setupEnvVar(const char* name, const char* value);

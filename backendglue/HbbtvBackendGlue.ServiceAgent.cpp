@@ -21,7 +21,8 @@ namespace ZR_HBBTV_Core {
 namespace {
 
 const char kSourceFile[] = "./backendglue/HbbtvBackendGlue.ServiceAgent.cpp";
-const int kCompletionMarker = -1;
+// The command word that names a completion in the "Request match fail" line (it has no name).
+const int kCompletionCommand = -1;
 const double kBudgetBonusMs = 1000.0;
 
 // Set on the agent's own thread, where a request must never wait for the agent.
@@ -47,13 +48,14 @@ uint32_t toBudget(double milliseconds)
 // GetServiceTask
 
 GetServiceTask::GetServiceTask(HbbtvCommandPayload* command, HbbtvServiceRequestAnswer* answer)
-    : GetServiceTask(command, answer, command != nullptr ? command->ticket : 0)
+    : GetServiceTask(Request, command, answer, command != nullptr ? command->ticket : 0)
 {
 }
 
-GetServiceTask::GetServiceTask(HbbtvCommandPayload* command, HbbtvServiceRequestAnswer* answer, unsigned int ticket)
-    : m_command(command), m_answer(answer), m_ticket(ticket), m_deadline(BackendMessageQueue::kNoDeadline),
-      m_givenUp(false)
+GetServiceTask::GetServiceTask(Kind kind, HbbtvCommandPayload* command, HbbtvServiceRequestAnswer* answer,
+                               unsigned int ticket)
+    : m_command(command), m_answer(answer), m_ticket(ticket), m_kind(kind),
+      m_deadline(BackendMessageQueue::kNoDeadline), m_givenUp(false)
 {
     if (sem_init(&m_sem, 0, 0) != 0) {
         HbbtvBackendGlue_AssertFail(kSourceFile, __PRETTY_FUNCTION__, 37);
@@ -74,8 +76,8 @@ size_t GetServiceTask::live()
     return g_liveTasks.load(std::memory_order_relaxed);
 }
 
-// Tasks and markers never reach the host, so they live on the heap: the shared region holds only
-// the records the host reads.
+// Queue items never reach the host, so they live on the heap: the shared region holds only the
+// records the host reads.
 GetServiceTask* GetServiceTask::create(HbbtvCommandPayload* command, HbbtvServiceRequestAnswer* answer)
 {
     GetServiceTask* const task = new (std::nothrow) GetServiceTask(command, answer);
@@ -85,9 +87,9 @@ GetServiceTask* GetServiceTask::create(HbbtvCommandPayload* command, HbbtvServic
     return task;
 }
 
-GetServiceTask* GetServiceTask::createMarker(unsigned int ticket)
+GetServiceTask* GetServiceTask::createCompletion(unsigned int ticket)
 {
-    GetServiceTask* const task = new (std::nothrow) GetServiceTask(nullptr, nullptr, ticket);
+    GetServiceTask* const task = new (std::nothrow) GetServiceTask(Completion, nullptr, nullptr, ticket);
     if (task == nullptr) {
         HbbtvBackendGlue_AssertFail(kSourceFile, __PRETTY_FUNCTION__, 66);
     }
@@ -336,7 +338,7 @@ void* BackendServiceAgent::threadFunction()
             task = m_commandQueue.wait(result, now, nearestDeadline);
             now = currentTime();
             if (result == GotMessage) {
-                if (task->isMarker()) {
+                if (task->kind() == GetServiceTask::Completion) {
                     handleCompletion(task);
                     GetServiceTask::destroy(task);
                 } else {
@@ -349,7 +351,7 @@ void* BackendServiceAgent::threadFunction()
             nearestDeadline = releaseTimeoutRequests(now);
         }
     } catch (...) {
-        if (task != nullptr && task->isMarker()) {
+        if (task != nullptr && task->kind() == GetServiceTask::Completion) {
             GetServiceTask::destroy(task);
         }
         plx_str::GetInstance()->removeStrThreadItem();
@@ -358,17 +360,17 @@ void* BackendServiceAgent::threadFunction()
     return nullptr;
 }
 
-void BackendServiceAgent::handleCompletion(GetServiceTask* marker)
+void BackendServiceAgent::handleCompletion(const GetServiceTask* completion)
 {
-    GetServiceTask* const waiting = m_waitingQueue.retriveWithTicket(marker->ticket());
+    GetServiceTask* const waiting = m_waitingQueue.retriveWithTicket(completion->ticket());
     if (waiting == nullptr) {
         // No such request, or it was given up already: then its records can go now.
         if (m_logEnabled) {
             HbbtvBackendGlue_Log("[BackendGlue_GetThreadService] Request match fail - %s, ticket:%u\n",
-                                 convertBackendCommandToString(kCompletionMarker), marker->ticket());
+                                 convertBackendCommandToString(kCompletionCommand), completion->ticket());
         }
-        if (trace::on()) trace::completionUnmatched(marker->ticket());
-        releaseGivenUp(marker->ticket());
+        if (trace::on()) trace::completionUnmatched(completion->ticket());
+        releaseGivenUp(completion->ticket());
         return;
     }
     if (m_logEnabled) {
@@ -429,7 +431,7 @@ BackendRequestResult BackendServiceAgent::request(HbbtvCommandPayload* payload, 
 
 void BackendServiceAgent::response(unsigned int ticket)
 {
-    m_commandQueue.append(GetServiceTask::createMarker(ticket));
+    m_commandQueue.append(GetServiceTask::createCompletion(ticket));
 }
 
 double BackendServiceAgent::releaseTimeoutRequests(double now)

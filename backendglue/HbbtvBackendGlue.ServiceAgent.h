@@ -23,26 +23,28 @@
 
 namespace ZR_HBBTV_Core {
 
-// One pending request: payload, the answer the host is to fill, and the semaphore its requester
-// sleeps on. The task is the agent's own and lives on the heap; neither record is owned. The
-// ticket is copied from the payload when the task is made, so that a host overwriting the
-// payload cannot make one request answer for another.
+// One item of the agent's queue. A request: payload, the answer the host is to fill, and the
+// semaphore its requester sleeps on. A completion: the ticket the host reported finished, with no
+// records and nobody waiting on it. The item is the agent's own and lives on the heap; neither
+// record is owned. A request's ticket is copied from the payload when the item is made, so that a
+// host overwriting the payload cannot make one request answer for another.
 class GetServiceTask {
 public:
+    enum Kind { Request, Completion };
+
     GetServiceTask(HbbtvCommandPayload* command, HbbtvServiceRequestAnswer* answer);
     ~GetServiceTask();
     GetServiceTask(const GetServiceTask&) = delete;
     GetServiceTask& operator=(const GetServiceTask&) = delete;
 
     static GetServiceTask* create(HbbtvCommandPayload* command, HbbtvServiceRequestAnswer* answer);
-    // A completion marker: the ticket the host reported finished, with no records.
-    static GetServiceTask* createMarker(unsigned int ticket);
+    static GetServiceTask* createCompletion(unsigned int ticket);
     static void destroy(GetServiceTask* task);
-    // Tasks and markers alive in the process: each request makes one and frees it.
+    // Requests and completions alive in the process: each makes one and frees it.
     static size_t live();
 
+    Kind kind() const { return m_kind; }
     unsigned int ticket() const { return m_ticket; }
-    bool isMarker() const { return m_command == nullptr; }
     const HbbtvCommandPayload* command() const { return m_command; }
     HbbtvCommandPayload* command() { return m_command; }
     HbbtvServiceRequestAnswer* retAnswer() { return m_answer; }
@@ -61,11 +63,12 @@ public:
     bool hasBeenWaited();
 
 private:
-    GetServiceTask(HbbtvCommandPayload* command, HbbtvServiceRequestAnswer* answer, unsigned int ticket);
+    GetServiceTask(Kind kind, HbbtvCommandPayload* command, HbbtvServiceRequestAnswer* answer, unsigned int ticket);
 
     HbbtvCommandPayload* m_command;
     HbbtvServiceRequestAnswer* m_answer;
     unsigned int m_ticket;
+    const Kind m_kind; // beside the ticket, where the item had room for it
     double m_deadline;
     bool m_givenUp;
     sem_t m_sem;
@@ -217,7 +220,7 @@ private:
         size_t bytes;
     };
 
-    void handleCompletion(GetServiceTask* marker);
+    void handleCompletion(const GetServiceTask* completion);
     void issue(GetServiceTask* task, double now);
     void giveUp(GetServiceTask* task) HBBTV_EXCLUDES(m_givenUpMutex);
     void releaseGivenUp(unsigned int ticket) HBBTV_EXCLUDES(m_givenUpMutex);

@@ -78,10 +78,10 @@ TEST(BackendMessageQueue, DestructorFreesQueuedTasksButNotTheirRecords)
     {
         BackendMessageQueue queue;
         queue.append(GetServiceTask::create(payload.get(), nullptr));
-        queue.append(GetServiceTask::createMarker(7));
+        queue.append(GetServiceTask::createCompletion(7));
         EXPECT_EQ(liveBefore + 2, GetServiceTask::live());
     }
-    // The task and the marker are gone; the payload stays with its owner.
+    // The request and the completion are gone; the payload stays with its owner.
     EXPECT_EQ(liveBefore, GetServiceTask::live());
     EXPECT_EQ(usedBefore, hbbtv_test::usedSharedNodes());
     EXPECT_EQ(TunerCommand_TuneTo, payload->command);
