@@ -196,13 +196,11 @@ TEST(ScenarioCalls, ExpectedCommandsInOrder)
     hbbtv_sim::ReceivedRequest request;
     request.command = ProgrammeCommand_GetProgrammeInfo;
     call.requests = { request, request };
-    EXPECT_EQ(
-        "", Scenario::expectCommands(call, { ProgrammeCommand_GetProgrammeInfo, ProgrammeCommand_GetProgrammeInfo }));
+    const int info = ProgrammeCommand_GetProgrammeInfo;
+    EXPECT_EQ("", Scenario::expectCommands(call, { info, info }));
     EXPECT_EQ("the host received [ProgrammeCommand_GetProgrammeInfo, ProgrammeCommand_GetProgrammeInfo], expected "
               "[ProgrammeCommand_GetProgrammeInfo]",
-        Scenario::expectCommands(call, { ProgrammeCommand_GetProgrammeInfo }));
-    EXPECT_EQ("the host received [], expected [TunerCommand_TuneTo]",
-        Scenario::expectCommands(Scenario::Call(), { TunerCommand_TuneTo }));
+        Scenario::expectCommands(call, { info }));
     // Commands the library's log leaves unnamed still have their names here; a number that is no
     // command is shown as a number.
     EXPECT_EQ("the host received [], expected [TunerCommand_RemoveStreamEvent, command 1009]",

@@ -1,4 +1,5 @@
 #include <cfloat>
+#include <cstdio>
 #include <stdexcept>
 #include <thread>
 
@@ -64,4 +65,13 @@ TEST(Mutex, TryLockAndScopedLocking)
         fromOtherThread = taken;
     }).join();
     EXPECT_TRUE(fromOtherThread);
+}
+
+TEST(Logging, LogPrintsExactlyTheFormat)
+{
+    testing::internal::CaptureStdout();
+    const int written = HbbtvBackendGlue_Log("ticket:%u %s", 7u, "x");
+    fflush(stdout);
+    EXPECT_EQ("ticket:7 x", testing::internal::GetCapturedStdout());
+    EXPECT_EQ(10, written);
 }
