@@ -1,7 +1,6 @@
 #include <algorithm>
 #include <cstring>
 #include <future>
-#include <random>
 #include <string>
 #include <thread>
 #include <vector>
@@ -57,14 +56,6 @@ TEST(ShmAllocator, NodeSizesAndMarks)
 
 TEST(ShmAllocator, ReusesFreedNodesOfTheSameSizeFirstInFirstOut)
 {
-    unsigned char* six = allocateBytes(6);
-    hbbtvBackendMfree(six);
-    EXPECT_EQ(six, allocateBytes(5)); // same 16-byte node
-    unsigned char* seven = allocateBytes(7);
-    EXPECT_NE(six, seven); // a fresh 24-byte node
-    hbbtvBackendMfree(six);
-    hbbtvBackendMfree(seven);
-
     // With nodes of several sizes freed in an interleaved order, each size hands its own nodes
     // back in the order they were freed, whatever happened to the other sizes in between.
     std::vector<unsigned char*> small, large;
@@ -101,58 +92,6 @@ TEST(ShmAllocator, RefusesRequestsLargerThanANode)
     EXPECT_EQ(65520, wordAt(largest, -6));
     memset(largest, 0xEE, shm_allocator::kMaxRequest);
     hbbtvBackendMfree(largest);
-}
-
-TEST(ShmAllocator, DumpInfoCountsNodesPerSize)
-{
-    shm_allocator* allocator = getBackendMemAllocator();
-    unsigned char* a = allocateBytes(1);
-    allocateBytes(2);
-    allocateBytes(3);
-    hbbtvBackendMfree(a);
-
-    testing::internal::CaptureStdout();
-    allocator->dumpInfo();
-    const std::string dump = testing::internal::GetCapturedStdout();
-    EXPECT_EQ("capacity:409600, left:409552\n\tnode size:16\nfree list:1\nused list:2\n", dump);
-}
-
-TEST(ShmAllocator, ConcurrentUseKeepsEveryBlockIntact)
-{
-    // Two threads allocate, fill, check and free blocks of the record sizes in use. A block handed
-    // to both, or a node list damaged by a race, shows as a wrong pattern or a failed mark check.
-    const unsigned int sizes[] = {24, 28, 532, 536, 544, 560, 816, 1588, 11592};
-    auto worker = [&sizes](unsigned char pattern, unsigned int seed) {
-        std::mt19937 random(seed);
-        std::vector<std::pair<unsigned char*, unsigned int>> held;
-        int bad = 0;
-        for (int i = 0; i < 4000; ++i) {
-            if (held.size() < 6 && (held.empty() || random() % 2 == 0)) {
-                const unsigned int n = sizes[random() % 9];
-                unsigned char* p = allocateBytes(n);
-                memset(p, pattern, n);
-                held.emplace_back(p, n);
-            } else {
-                const size_t k = random() % held.size();
-                for (unsigned int j = 0; j < held[k].second; ++j) {
-                    bad += held[k].first[j] != pattern;
-                }
-                hbbtvBackendMfree(held[k].first);
-                held.erase(held.begin() + static_cast<long>(k));
-            }
-        }
-        for (auto& block : held) {
-            hbbtvBackendMfree(block.first);
-        }
-        return bad;
-    };
-    int badA = -1, badB = -1;
-    std::thread a([&] { badA = worker(0xA1, 1); });
-    std::thread b([&] { badB = worker(0xB2, 2); });
-    a.join();
-    b.join();
-    EXPECT_EQ(0, badA);
-    EXPECT_EQ(0, badB);
 }
 
 TEST(ShmAllocatorDeathTest, CorruptionAndMisuseAbort)
@@ -286,7 +225,9 @@ TEST(ShmAllocator, HighWaterCountsTheRegionCutIntoNodes)
     testing::internal::CaptureStdout();
     allocator->dumpInfo();
     const std::string dump = testing::internal::GetCapturedStdout();
-    EXPECT_NE(std::string::npos, dump.find("\tnode size:544\nfree list:4\nused list:1\n")) << dump;
+    EXPECT_EQ("capacity:409600, left:406864\n\tnode size:16\nfree list:0\nused list:1\n\tnode size:544\nfree list:4\n"
+              "used list:1\n",
+              dump); // what is left after five 544-byte nodes and one of 16
 }
 
 namespace {

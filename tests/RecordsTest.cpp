@@ -35,52 +35,39 @@ bool insideBackendRegion(const void* p, size_t size)
 
 } // namespace
 
-TEST(RecordString, AssignmentCutsAtTwoHundredFiftyFourAndKeepsTheFullLength)
-{
-    const std::string longText(300, 'x');
-    HbbtvRecordString s;
-    EXPECT_STREQ("", s.c_str());
-    EXPECT_EQ(0u, s.length());
-
-    s = longText.c_str();
-    EXPECT_EQ(std::string(254, 'x'), s.c_str());
-    EXPECT_EQ(300u, s.length());
-    EXPECT_EQ(std::string(254, 'x'), s.terminatedString());
-    // The stored length says 300, but a reader never goes past the 256 bytes of text.
-    EXPECT_EQ(256u, s.storedLengthString().size());
-
-    s = static_cast<const char*>(nullptr);
-    EXPECT_STREQ("", s.c_str());
-    EXPECT_EQ(0u, s.length());
-
-    HbbtvRecordString shortText("abc");
-    EXPECT_EQ("abc", shortText.storedLengthString());
-}
-
-TEST(RecordString, CopyTakesTextWithTerminatorAndNeverRunsPastTheRecord)
+// Assigned or copied, a text is cut at 254 bytes and keeps its full length; a copy never runs past
+// the record, and a shorter one overwrites only up to its terminator.
+TEST(RecordString, CutsAtTwoHundredFiftyFourKeepsTheFullLengthAndNeverRunsPastTheRecord)
 {
     struct Guarded {
         HbbtvRecordString string;
         uint32_t guard;
-    };
-    Guarded target;
+    } target;
     target.guard = 0xC0FFEE;
+    EXPECT_STREQ("", target.string.c_str());
+    EXPECT_EQ(0u, target.string.length());
 
-    HbbtvRecordString longSource(std::string(300, 'y').c_str());
-    target.string = longSource;
+    target.string = std::string(300, 'x').c_str();
+    EXPECT_EQ(std::string(254, 'x'), target.string.terminatedString());
+    EXPECT_EQ(300u, target.string.length());
+    // The stored length says 300, but a reader never goes past the 256 bytes of text.
+    EXPECT_EQ(256u, target.string.storedLengthString().size());
+    target.string = HbbtvRecordString(std::string(300, 'y').c_str());
     EXPECT_EQ(0xC0FFEEu, target.guard);
     EXPECT_EQ(std::string(254, 'y'), target.string.c_str());
     EXPECT_EQ(300u, target.string.length());
 
-    // A shorter copy overwrites only up to its terminator; the rest stays as it was.
     target.string = HbbtvRecordString("ab");
-    EXPECT_STREQ("ab", target.string.c_str());
+    EXPECT_EQ("ab", target.string.storedLengthString());
     EXPECT_EQ('y', target.string.c_str()[3]);
-
     HbbtvRecordString& self = target.string;
     target.string = self;
     EXPECT_STREQ("ab", target.string.c_str());
     EXPECT_EQ(2u, target.string.length());
+
+    target.string = static_cast<const char*>(nullptr);
+    EXPECT_STREQ("", target.string.c_str());
+    EXPECT_EQ(0u, target.string.length());
 }
 
 TEST(Payloads, ConstructorsFillTheWireFields)

@@ -48,6 +48,7 @@ TEST(BackendServiceAgent, TraceLinesWhenLoggingIsOn)
     getServiceAgent()->start(&host);
     const unsigned int answered = sendRequest(TunerCommand_GetAVInfo).ticket;
     const unsigned int unknown = sendRequest(9, 10).ticket;
+    const unsigned int twice = sendRequest(10).ticket;
     getServiceAgent()->response(777);
     sendRequest(DVBMediaPlayer_OpenVideo); // the agent handles the stray completion before this one
     fflush(stdout);
@@ -59,10 +60,12 @@ TEST(BackendServiceAgent, TraceLinesWhenLoggingIsOn)
     EXPECT_TRUE(contains(out, "[BackendGlue_GetThreadService] Request Return - TunerCommand_GetAVInfo, ticket:" + t +
                                   ", result:true\n"));
     // The host's completion for a ticket nobody waits for, and the stray one: match fails, named
-    // after the completion marker's own command, which has no name.
+    // after the completion's command, which it does not have: "(null)".
     const std::string u = std::to_string(unknown + hbbtv_sim::HostAnswerThread::kUnknownTicketOffset);
     EXPECT_TRUE(contains(out, "[BackendGlue_GetThreadService] Request match fail - (null), ticket:" + u + "\n"));
     EXPECT_TRUE(contains(out, "[BackendGlue_GetThreadService] Request match fail - (null), ticket:777\n"));
+    EXPECT_TRUE(contains(out, "[BackendGlue_GetThreadService] Request match fail - (null), ticket:" +
+                                  std::to_string(twice) + "\n")); // the host's second answer
     EXPECT_TRUE(contains(out, "[BackendGlue_GetThreadService] Request timeout - TunerCommand_ReturnLiveIn, ticket:" +
                                   std::to_string(unknown) + "\n"));
 }

@@ -31,60 +31,51 @@ GetServiceTask* take(BackendMessageQueue& queue, BackendMessageQueueWaitResult& 
 
 } // namespace
 
-TEST(BackendMessageQueue, WaitOrderOfKillTimeoutAndTasks)
+TEST(BackendMessageQueue, WaitOrderOfKillTimeoutAndTasksAndWhatItsDestructorFrees)
 {
-    BackendMessageQueue queue;
-    BackendMessageQueueWaitResult result = GotMessage;
-
-    // Empty: the deadline passes.
-    const double deadline = currentTime() + 0.2;
-    EXPECT_EQ(nullptr, take(queue, result, deadline));
-    EXPECT_EQ(Timeout, result);
-    EXPECT_GE(currentTime(), deadline);
-
-    // A deadline already past still takes a task queued at the time of the call; tasks come in
-    // queue order, a prepended one first.
     QueuedTask first(1), second(2), urgent(3);
-    EXPECT_TRUE(queue.appendAndCheckEmpty(first.task));
-    EXPECT_FALSE(queue.appendAndCheckEmpty(second.task));
-    queue.prepend(urgent.task);
-    EXPECT_EQ(urgent.task, take(queue, result, currentTime() - 1.0));
-    EXPECT_EQ(GotMessage, result);
-    EXPECT_EQ(first.task, take(queue, result, currentTime() - 1.0));
-    EXPECT_EQ(second.task, take(queue, result, currentTime() - 1.0));
-
-    // A task appended by another thread wakes the waiter.
-    std::thread producer([&] { queue.append(first.task); });
-    EXPECT_EQ(first.task, take(queue, result, currentTime() + 30.0));
-    producer.join();
-
-    // Killed wins over queued tasks, at once and for good.
-    queue.append(first.task);
-    queue.kill();
-    EXPECT_TRUE(queue.killed());
-    EXPECT_TRUE(queue.isEmpty());
-    EXPECT_EQ(nullptr, take(queue, result, currentTime() + 30.0));
-    EXPECT_EQ(Killed, result);
-    // The destructor frees the task still queued.
-    GetServiceTask::destroy(urgent.task);
-    GetServiceTask::destroy(second.task);
-}
-
-TEST(BackendMessageQueue, DestructorFreesQueuedTasksButNotTheirRecords)
-{
-    std::unique_ptr<HbbtvCommandPayload> payload(new HbbtvCommandPayload(TunerCommand_TuneTo));
     const size_t usedBefore = hbbtv_test::usedSharedNodes();
     const size_t liveBefore = GetServiceTask::live();
     {
         BackendMessageQueue queue;
-        queue.append(GetServiceTask::create(payload.get(), nullptr));
+        BackendMessageQueueWaitResult result = GotMessage;
+
+        // Empty: the deadline passes.
+        const double deadline = currentTime() + 0.2;
+        EXPECT_EQ(nullptr, take(queue, result, deadline));
+        EXPECT_EQ(Timeout, result);
+        EXPECT_GE(currentTime(), deadline);
+
+        // A deadline already past still takes a task queued at the time of the call; tasks come in
+        // queue order, a prepended one first.
+        EXPECT_TRUE(queue.appendAndCheckEmpty(first.task));
+        EXPECT_FALSE(queue.appendAndCheckEmpty(second.task));
+        queue.prepend(urgent.task);
+        EXPECT_EQ(urgent.task, take(queue, result, currentTime() - 1.0));
+        EXPECT_EQ(GotMessage, result);
+        EXPECT_EQ(first.task, take(queue, result, currentTime() - 1.0));
+        EXPECT_EQ(second.task, take(queue, result, currentTime() - 1.0));
+
+        // A task appended by another thread wakes the waiter.
+        std::thread producer([&] { queue.append(first.task); });
+        EXPECT_EQ(first.task, take(queue, result, currentTime() + 30.0));
+        producer.join();
+
+        // Killed wins over queued tasks, at once and for good.
+        queue.append(first.task);
         queue.append(GetServiceTask::createCompletion(7));
-        EXPECT_EQ(liveBefore + 2, GetServiceTask::live());
+        queue.kill();
+        EXPECT_TRUE(queue.killed());
+        EXPECT_TRUE(queue.isEmpty());
+        EXPECT_EQ(nullptr, take(queue, result, currentTime() + 30.0));
+        EXPECT_EQ(Killed, result);
     }
-    // The request and the completion are gone; the payload stays with its owner.
-    EXPECT_EQ(liveBefore, GetServiceTask::live());
+    // The destructor freed the task and the completion still queued, but not the task's records.
+    EXPECT_EQ(liveBefore - 1, GetServiceTask::live());
     EXPECT_EQ(usedBefore, hbbtv_test::usedSharedNodes());
-    EXPECT_EQ(TunerCommand_TuneTo, payload->command);
+    EXPECT_EQ(TunerCommand_TuneTo, first.payload->command);
+    GetServiceTask::destroy(urgent.task);
+    GetServiceTask::destroy(second.task);
 }
 
 TEST(GetServiceTask, HasBeenWaitedDrainsOnePendingNotification)
