@@ -20,17 +20,30 @@ using hbbtv_sim::HostDecision;
 
 namespace {
 
-// Commands of the agent tests: 20 never answered, 21 answered after 1.2 s; all others at once.
+// Command 20 is never answered; all others at once.
 HostDecision byCommand(const HbbtvCommandPayload& payload)
 {
     HostDecision decision;
     if (payload.command == 20) {
         decision.kind = HostDecision::Never;
-    } else if (payload.command == 21) {
-        decision.delayMs = 1200;
     }
     return decision;
 }
+
+// Answers every request at once, except one of command 21, which it keeps until the test answers
+// it into the records it was handed.
+struct KeepingHost : ServiceRequestIssuer {
+    bool operator()(const HbbtvCommandPayload* payload, HbbtvServiceRequestAnswer* answer) override
+    {
+        if (payload->command == 21) {
+            kept = answer;
+        } else {
+            getServiceAgent()->response(payload->ticket);
+        }
+        return true;
+    }
+    std::atomic<HbbtvServiceRequestAnswer*> kept{nullptr};
+};
 
 } // namespace
 
@@ -83,45 +96,56 @@ TEST(RequestPath, UnansweredRequestIsGivenUpByItsDeadlineUnderSteadyTraffic)
     hbbtv_test::HostIssuer host(byCommand);
     getServiceAgent()->start(&host);
 
-    // Answered requests every few milliseconds keep the agent busy: none of its waits runs out.
-    std::atomic<bool> stop{false};
-    std::atomic<int> answered{0};
-    std::thread traffic([&] {
-        // Bounded, so that an agent that waits for a quiet moment fails the test instead of hanging.
-        const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(3);
-        while (!stop && std::chrono::steady_clock::now() < end) {
-            answered += hbbtv_test::sendRequest(TunerCommand_TuneTo).valid;
-            std::this_thread::sleep_for(std::chrono::milliseconds(3));
-        }
-    });
-    const hbbtv_test::RequestOutcome outcome = hbbtv_test::sendRequest(20, 50);
-    stop = true;
-    traffic.join();
+    // A loaded machine can hold any thread off the processor for a second, so the bound gets three
+    // tries; an agent that misses it does so on every one.
+    std::vector<double> tries;
+    for (int attempt = 0; attempt < 3; ++attempt) {
+        // Answered requests every few milliseconds keep the agent busy: none of its waits runs out.
+        std::atomic<bool> stop{false};
+        std::atomic<int> answered{0};
+        std::thread traffic([&] {
+            // Bounded, so that an agent that waits for a quiet moment fails instead of hanging.
+            const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(3);
+            while (!stop && std::chrono::steady_clock::now() < end) {
+                answered += hbbtv_test::sendRequest(TunerCommand_TuneTo).valid;
+                std::this_thread::sleep_for(std::chrono::milliseconds(3));
+            }
+        });
+        const hbbtv_test::RequestOutcome outcome = hbbtv_test::sendRequest(20, 50);
+        stop = true;
+        traffic.join();
 
-    EXPECT_FALSE(outcome.valid);
-    // Budget 50 ms plus the agent's 1000 ms; the bound above leaves room for slow builds.
-    EXPECT_GE(outcome.seconds, 1.05);
-    EXPECT_LT(outcome.seconds, 1.05 + 0.25);
-    EXPECT_GT(answered.load(), 100);
+        EXPECT_FALSE(outcome.valid);
+        EXPECT_GT(answered.load(), 100);
+        tries.push_back(outcome.seconds);
+        // Budget 50 ms plus the agent's 1000 ms; the bound above leaves room for slow builds.
+        if (outcome.seconds >= 1.05 && outcome.seconds < 1.05 + 0.25) {
+            return;
+        }
+    }
+    ADD_FAILURE() << "given up after " << tries[0] << ", " << tries[1] << " and " << tries[2]
+                  << " s, not within [1.05, 1.30) s";
 }
 
 TEST(RequestPath, LateAnswerLandsInTheGivenUpRecordsAndFreesThem)
 {
-    hbbtv_test::HostIssuer host(byCommand);
+    KeepingHost host;
     getServiceAgent()->start(&host);
     hbbtv_test::sendRequest(TunerCommand_TuneTo); // the region's first blocks exist from here
     const size_t usedBefore = hbbtv_test::usedSharedNodes();
 
-    // Given up after 1.001 s, answered by the host at 1.2 s into its own records.
     const hbbtv_test::RequestOutcome late = hbbtv_test::sendRequest(21, 1);
     EXPECT_FALSE(late.valid);
-    EXPECT_LT(late.seconds, 1.2);
     EXPECT_EQ(1u, getServiceAgent()->givenUpRequests());
-    // (That a late answer wakes no other requester and writes into no other records is the
-    // request property's.)
+    ASSERT_NE(nullptr, host.kept.load());
 
-    // The late completion has come: the given-up records are back in the region.
-    for (int i = 0; i < 100 && getServiceAgent()->givenUpRequests() != 0; ++i) {
+    // The host answers after the give-up, into the records it was handed (AddressSanitizer sees a
+    // write into freed ones), and reports the ticket finished: then the records go back.
+    host.kept.load()->valid = 1;
+    host.kept.load()->strValue1 = "answered late";
+    getServiceAgent()->response(late.ticket);
+    for (int i = 0; i < 100 && (getServiceAgent()->givenUpRequests() != 0 ||
+                                hbbtv_test::usedSharedNodes() != usedBefore); ++i) {
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
     }
     EXPECT_EQ(0u, getServiceAgent()->givenUpRequests());
